@@ -1,0 +1,55 @@
+// The object behind a calibration handle: it owns the detector store, the
+// calibration store and, in automatic mode, the spectrograph model, wires
+// them to one another and offers one operation per exported function.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "KelvoCalibrate.h"
+#include "calibration/calibration_store.h"
+#include "detector/detector_store.h"
+#include "spectrograph/spectrograph_model.h"
+
+namespace kvx {
+
+class CalibObject {
+ public:
+  // Builds the stores, without a mode (no model, no name).
+  CalibObject();
+  virtual ~CalibObject();
+  CalibObject(const CalibObject&) = delete;
+  CalibObject& operator=(const CalibObject&) = delete;
+
+  // False only when automatic mode was asked for and the model could not be
+  // created.
+  bool SetupForMode(bool automatic);
+  NqeErrorCode CopyFrom(CalibObject& source);
+
+  DetectorStore& Detectors() { return *detectors_; }
+  CalibrationStore& Calibrations() { return *calibrations_; }
+  SpectrographModel* Model() { return spectrograph_.get(); }
+  bool IsAutomatic() const { return isAutomatic_ != 0; }
+  const char* Name() const { return name_; }
+
+  // --- operations with logic of their own ------------------------------------
+  NqeErrorCode RemoveDetectorId(uint32_t id);
+  NqeErrorCode CalibratedDataPointArray(int32_t count, double* values);
+  NqeErrorCode CalibratedPixelArray(int32_t count, double* values);
+  NqeErrorCode DataPointToCalibValue(double dataPoint, double* value);
+  NqeErrorCode PixelToCalibValue(double pixel, double* value);
+  NqeErrorCode InitializeCalibration(void* record, int32_t size);
+  NqeErrorCode ValidateCalibration(void* record, int32_t size);
+  NqeErrorCode LoadCalibFile(const char* fileName, int16_t version,
+                             int32_t segment, double wavelengthOffset,
+                             double laserLine);
+
+ private:
+  std::unique_ptr<DetectorStore> detectors_;
+  std::unique_ptr<CalibrationStore> calibrations_;
+  std::unique_ptr<SpectrographModel> spectrograph_;
+  uint32_t isAutomatic_ = 0;
+  char name_[128] = {};
+};
+
+}  // namespace kvx

@@ -1,0 +1,41 @@
+// The shape shared by every exported function that takes a handle: check the
+// handle, fetch the slot's object, make one call and return its code. No
+// exception leaves an export.
+#pragma once
+
+#include <new>
+
+#include "KelvoCalibrate.h"
+#include "api/calib_object.h"
+#include "api/handle_table.h"
+
+namespace kvx {
+
+// Runs op(), turning an allocation failure into `allocFailure`.
+template <class Op>
+NqeErrorCode Guarded(NqeErrorCode allocFailure, Op&& op) noexcept {
+  try {
+    return op();
+  } catch (const std::bad_alloc&) {
+    return allocFailure;
+  } catch (...) {
+    // Nothing else is thrown by the library; treat any surprise as the
+    // resource failure of the family rather than let it cross the boundary.
+    return allocFailure;
+  }
+}
+
+// Handle check, object lookup, one call on the object.
+template <class Op>
+NqeErrorCode WithObject(CalibHandle handle, NqeErrorCode allocFailure,
+                        Op&& op) noexcept {
+  CalibObject* object = nullptr;
+  const NqeErrorCode code = HandleTable::Instance().Lookup(handle, &object);
+  if (code != NqeSuccess) return code;
+  return Guarded(allocFailure, [&] { return op(*object); });
+}
+
+// Plain exports return the code as a 32-bit unsigned integer.
+inline KvxULong Plain(NqeErrorCode code) { return static_cast<KvxULong>(code); }
+
+}  // namespace kvx

@@ -1,0 +1,123 @@
+// The detectors of one calibration object: the list of detector entries, the
+// active one, and the X scan pattern (regions of interest) of each entry with
+// the mapping between data points and pixels.
+#pragma once
+
+#include <cstdint>
+#include <list>
+#include <vector>
+
+#include "KelvoCalibrate.h"
+
+namespace kvx {
+
+// One region of a detector's list. This is also the 32-byte element form
+// that the internal region add takes (the list link is not kept here).
+struct RegionEntry {
+  int32_t id = 0;
+  int32_t startPixel = 0;
+  int32_t binning = 0;
+  int32_t numGroups = 0;
+  int32_t reserved[3] = {0, 0, 0};
+
+  // startPixel + binning * numGroups - 1, computed without overflow.
+  int64_t LastPixel() const {
+    return int64_t{startPixel} + int64_t{binning} * numGroups - 1;
+  }
+};
+
+struct DetectorEntry {
+  int32_t position = 0;
+  uint32_t detectorId = 0;
+  char name[128] = {};
+  // Kept sorted by start pixel. Its length and regionCounter can disagree
+  // (region removal and pattern loads); each operation says which it uses.
+  std::vector<RegionEntry> regions;
+  int32_t regionCounter = 0;
+  double pixelSize = 0.0;
+  double secondarySize = 0.0;
+  int32_t numPixels = 0;
+  int32_t secondaryCount = 0;
+  bool loaded = false;
+
+  // Zero every field, keeping nothing (the caller restores what it must).
+  void Blank();
+};
+
+class DetectorStore {
+ public:
+  DetectorStore();
+  virtual ~DetectorStore();
+  DetectorStore(const DetectorStore&) = delete;
+  DetectorStore& operator=(const DetectorStore&) = delete;
+
+  // --- detector records -------------------------------------------------
+  static NqeErrorCode InitializeDetector(void* record, int32_t size);
+  NqeErrorCode ValidateDetector(const void* record, int32_t size) const;
+  NqeErrorCode LoadDetector(const void* record, int32_t size);
+  NqeErrorCode DumpDetector(void* record, int32_t size);
+  NqeErrorCode GetActiveDetectorId(uint32_t* id) const;
+  NqeErrorCode SetActiveDetectorId(uint32_t id);
+  NqeErrorCode AddDetector(const void* record, int32_t size, uint32_t* newId);
+  NqeErrorCode RemoveDetectorId(uint32_t id);
+
+  // --- queries for the other parts --------------------------------------
+  NqeErrorCode ValidateActiveDetector(bool checkRegions);
+  NqeErrorCode GetNumPixels(int32_t* numPixels);
+  NqeErrorCode GetPixelSize(double* pixelSize);
+  NqeErrorCode GetDetectorCenter(double* center);
+  int32_t ActiveNumPixels() const;   // -1 without an active entry
+  double ActivePixelSize() const;    // 0.0 without an active entry
+  void ClearAllDetectors();
+  // Fills a record with the active entry's fields, without regions
+  // (regions null, counts 0). False when there is no active entry.
+  bool ExportActiveWithoutRegions(DetectorRecord* record) const;
+
+  DetectorEntry* ActiveEntry() { return active_; }
+  const DetectorEntry* ActiveEntry() const { return active_; }
+  const std::list<DetectorEntry>& Entries() const { return entries_; }
+  int32_t DetectorCount() const { return detectorCount_; }
+
+  // --- X scan pattern ------------------------------------------------------
+  static NqeErrorCode ValidateRegionArray(const X_ROI* regions,
+                                          int32_t regionBytes, int32_t count,
+                                          int32_t numPixels);
+  NqeErrorCode AddRegion16(const X_ROI* region);
+  NqeErrorCode AddRegion32(const RegionEntry* region);
+  NqeErrorCode RemoveRegion(int32_t id);
+  NqeErrorCode RetrieveRegion(int32_t id, X_ROI* region, int32_t size) const;
+  NqeErrorCode NumberOfRegions(int32_t* count) const;
+  NqeErrorCode LoadScanPattern(const void* regions, int32_t count,
+                               int32_t elementSize);
+  NqeErrorCode DumpScanPattern(void* regions, int32_t count,
+                               int32_t elementSize);
+  NqeErrorCode DeleteScanPattern();
+  void SetScanState(bool enabled) { scanPatternEnabled_ = enabled; }
+  bool ScanState() const { return scanPatternEnabled_; }
+
+  // --- data points ---------------------------------------------------------
+  NqeErrorCode CountDataPoints(int32_t* count /* may be null */);
+  NqeErrorCode GetFirstPixel(int32_t* pixel) const;
+  NqeErrorCode GetLastPixel(int32_t* pixel) const;
+  NqeErrorCode GetActiveCenter(double* center) const;
+  NqeErrorCode GetCenterOffset(double* offset);
+  NqeErrorCode DataPointToPixel(double dataPoint, double* pixel) const;
+  NqeErrorCode PixelToDataPoint(double pixel, double* dataPoint) const;
+
+  // --- flags of the store --------------------------------------------------
+  bool automaticMode = false;
+  bool auxFlag = false;
+  int32_t dataPointCount = 0;
+
+ private:
+  DetectorEntry& AppendBlankEntry();
+  NqeErrorCode LoadIntoActive(const DetectorRecord* record, int32_t size);
+  bool PatternActive() const;
+
+  std::list<DetectorEntry> entries_;
+  DetectorEntry* active_ = nullptr;
+  int32_t detectorCount_ = 0;
+  bool scanPatternEnabled_ = true;
+};
+
+}  // namespace kvx
