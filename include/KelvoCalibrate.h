@@ -9,8 +9,10 @@
  *  - Every exported function returns a code of the enumeration NqeErrorCode;
  *    0 (NqeSuccess) is success. Nothing is thrown across the boundary and no
  *    message texts are kept: a host that shows messages keeps its own table.
- *  - Results go out through caller pointers. Pointer arguments are not checked
- *    unless the function's comment names a code for a null pointer.
+ *  - Results go out through caller pointers. Where a function would read
+ *    from or write through a null pointer it returns 11000 (NqeNullPointer)
+ *    instead, unless its comment names another code; a pointer to a buffer
+ *    that is too short cannot be detected and remains the caller's fault.
  *  - A failing call returns the first failure it meets. There is no general
  *    roll-back: where a comment says an output or a record is written before
  *    a failure, it is.
@@ -383,11 +385,12 @@ typedef struct GlueSpectrum {
 /* Module and handles                                                       */
 /* ------------------------------------------------------------------------ */
 
-/* Writes 200 to *count. Returns 0. */
+/* Writes 200 to *count. Returns 0; 11000 for a null pointer. */
 KVX_EXPORT KvxULong KVX_CALL GetDeviceCount(KvxULong *count);
 
 /* Writes "Calibration" with its terminator (12 bytes) to name, kCalibTypeTag
- * to *typeCode and 8 to *secondCode; reserved is ignored. Returns 0. */
+ * to *typeCode and 8 to *secondCode; reserved is ignored. Returns 0; 11000
+ * when a pointer is null (nothing written). */
 KVX_EXPORT KvxULong KVX_CALL GetDeviceID(char *name, KvxULong *typeCode,
                                          KvxULong *secondCode,
                                          KvxULong reserved);
@@ -396,7 +399,8 @@ KVX_EXPORT KvxULong KVX_CALL GetDeviceID(char *name, KvxULong *typeCode,
  * in the lowest free slot and writes its handle to *handle.
  * Returns 0; 5010 when all 255 slots are taken (*handle not written);
  * 11068 for another mode (the handle is written and must be destroyed);
- * 11022 / 11067 when memory runs out (the slot is lost). */
+ * 11022 / 11067 when memory runs out (the slot is lost); 11000 for a null
+ * handle pointer (no slot taken). */
 KVX_EXPORT KvxULong KVX_CALL CalibCreate(KvxLong mode, CalibHandle *handle);
 
 /* Destroys the object and frees the slot. The slot keeps the center
@@ -411,8 +415,8 @@ KVX_EXPORT KvxULong KVX_CALL CalibDestroy(CalibHandle handle);
 KVX_EXPORT KvxULong KVX_CALL CalibCopyCalibObject(CalibHandle target,
                                                   CalibHandle source);
 
-/* Reports no version: writes 0 to *a..*d and returns 5002. The first
- * argument is not examined. */
+/* Reports no version: writes 0 to each of *a..*d that is not null and
+ * returns 5002. The first argument is not examined. */
 KVX_EXPORT KvxULong KVX_CALL CalibVerOfDLL(KvxULong ignored, KvxULong *a,
                                            KvxULong *b, KvxULong *c,
                                            KvxULong *d);
@@ -512,13 +516,18 @@ KVX_EXPORT KvxULong KVX_CALL CalibValidateCalibration(CalibHandle handle,
 
 /* Validates the caller's record (positions taken as data points; results
  * written back), then replaces the active calibration's contents with it.
- * Codes of CalibValidateCalibration; 11037 after validation for size 0. */
+ * A table (table non-null, tableLength > 0) is copied; the caller's array
+ * stays the caller's. Codes of CalibValidateCalibration; 11037 after
+ * validation for size 0; 11000 when the active calibration has no record
+ * (the only calibration was removed). */
 KVX_EXPORT KvxULong KVX_CALL CalibLoadCalibration(CalibHandle handle,
                                                   void *record,
                                                   KvxLong size);
 
-/* Copies the active calibration into the caller's record.
- * Returns 0; 11037 size not 528; 11000 no active record. */
+/* Copies the active calibration into the caller's record. A table pointer
+ * written is the library's own copy: valid until the object is destroyed or
+ * copied over, never to be freed by the host.
+ * Returns 0; 11037 size not 528; 11000 null record or no active record. */
 KVX_EXPORT KvxULong KVX_CALL CalibDumpCalibration(CalibHandle handle,
                                                   void *record, KvxLong size);
 
@@ -606,21 +615,24 @@ KVX_EXPORT KvxULong KVX_CALL CalibLoadCalibFile(CalibHandle handle,
                                                 double laserLine);
 
 /* No handle. Writes "Num_Segments" (0 when missing). Returns 0; 11089;
- * 11081; 11082 no "CCD_Info" section (or no file). */
+ * 11081; 11000 numSegments null; 11082 no "CCD_Info" section (or no
+ * file). */
 KVX_EXPORT KvxULong KVX_CALL CalibGetNumSegments(const char *fileName,
                                                  short version,
                                                  KvxLong *numSegments);
 
 /* No handle. Writes "Number_Points" of a segment. Returns 0; 11089; 11081;
- * 11083 section missing; 11088 key missing or empty. */
+ * 11000 numPoints null; 11083 section missing; 11088 key missing or
+ * empty. */
 KVX_EXPORT KvxULong KVX_CALL CalibGetNumPoints(const char *fileName,
                                                short version, KvxLong segment,
                                                KvxLong *numPoints);
 
 /* No handle. Reads up to maxPoints points of a segment into points (a
  * missing point key reads as 0). Returns 0; 11089; 11081; 11083; 11082;
- * 11088; 11084; 11085; 11086 / 11087 a point key present but empty (the
- * points before it stay written). */
+ * 11088; 11084; 11085; 11000 points null while points are to be written;
+ * 11086 / 11087 a point key present but empty (the points before it stay
+ * written). */
 KVX_EXPORT KvxULong KVX_CALL CalibLoadCalibPoints(const char *fileName,
                                                   short version,
                                                   KvxLong segment,

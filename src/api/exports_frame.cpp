@@ -1,5 +1,6 @@
 // Module identification, handle creation, copy and destruction.
 #include <cstring>
+#include <initializer_list>
 
 #include "KelvoCalibrate.h"
 #include "api/export_frame.h"
@@ -24,6 +25,7 @@ constexpr char kDeviceName[] = "Calibration";
 extern "C" {
 
 KVX_EXPORT KvxULong KVX_CALL GetDeviceCount(KvxULong* count) {
+  if (count == nullptr) return NqeNullPointer;
   *count = kDeviceCount;
   return NqeSuccess;
 }
@@ -31,6 +33,9 @@ KVX_EXPORT KvxULong KVX_CALL GetDeviceCount(KvxULong* count) {
 KVX_EXPORT KvxULong KVX_CALL GetDeviceID(char* name, KvxULong* typeCode,
                                          KvxULong* secondCode,
                                          KvxULong /*reserved*/) {
+  if (name == nullptr || typeCode == nullptr || secondCode == nullptr) {
+    return NqeNullPointer;
+  }
   std::memcpy(name, kDeviceName, sizeof kDeviceName);
   *typeCode = static_cast<KvxULong>(kCalibTypeTag);
   *secondCode = kDeviceSecondCode;
@@ -38,6 +43,8 @@ KVX_EXPORT KvxULong KVX_CALL GetDeviceID(char* name, KvxULong* typeCode,
 }
 
 KVX_EXPORT KvxULong KVX_CALL CalibCreate(KvxLong mode, CalibHandle* handle) {
+  // Without a place for the handle a slot would be lost for good.
+  if (handle == nullptr) return NqeNullPointer;
   return kvx::Plain(kvx::Guarded(NqeCalibrationAllocFailed, [&] {
     return kvx::HandleTable::Instance().Create(mode, handle);
   }));
@@ -65,10 +72,9 @@ KVX_EXPORT KvxULong KVX_CALL CalibCopyCalibObject(CalibHandle target,
 KVX_EXPORT KvxULong KVX_CALL CalibVerOfDLL(KvxULong /*ignored*/, KvxULong* a,
                                            KvxULong* b, KvxULong* c,
                                            KvxULong* d) {
-  *a = 0;
-  *b = 0;
-  *c = 0;
-  *d = 0;
+  for (KvxULong* out : {a, b, c, d}) {
+    if (out != nullptr) *out = 0;
+  }
   return NqeNotSupported;
 }
 

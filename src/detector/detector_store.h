@@ -40,7 +40,8 @@ struct DetectorEntry {
   int32_t secondaryCount = 0;
   bool loaded = false;
 
-  // Zero every field, keeping nothing (the caller restores what it must).
+  // Zero every field and release the regions, keeping nothing (the caller
+  // restores what it must).
   void Blank();
 };
 
@@ -66,8 +67,8 @@ class DetectorStore {
   NqeErrorCode GetNumPixels(int32_t* numPixels);
   NqeErrorCode GetPixelSize(double* pixelSize);
   NqeErrorCode GetDetectorCenter(double* center);
-  int32_t ActiveNumPixels() const;   // -1 without an active entry
-  double ActivePixelSize() const;    // 0.0 without an active entry
+  int32_t ActiveNumPixels() const;  // -1 without an active entry
+  double ActivePixelSize() const;   // 0.0 without an active entry
   void ClearAllDetectors();
   // Fills a record with the active entry's fields, without regions
   // (regions null, counts 0). False when there is no active entry.
@@ -79,9 +80,15 @@ class DetectorStore {
   int32_t DetectorCount() const { return detectorCount_; }
 
   // --- X scan pattern ------------------------------------------------------
+  // Element sizes of a region array: the X_ROI form and the 32-byte form
+  // (link, id, startPixel, binning, numGroups, three reserved words).
+  static constexpr int32_t kRegion16Bytes = 16;
+  static constexpr int32_t kRegion32Bytes = 32;
+
   static NqeErrorCode ValidateRegionArray(const X_ROI* regions,
                                           int32_t regionBytes, int32_t count,
                                           int32_t numPixels);
+  // A null region is refused with 11000.
   NqeErrorCode AddRegion16(const X_ROI* region);
   NqeErrorCode AddRegion32(const RegionEntry* region);
   NqeErrorCode RemoveRegion(int32_t id);
@@ -111,7 +118,13 @@ class DetectorStore {
 
  private:
   DetectorEntry& AppendBlankEntry();
-  NqeErrorCode LoadIntoActive(const DetectorRecord* record, int32_t size);
+  NqeErrorCode LoadIntoActive(const void* record, int32_t size);
+  // Adds `count` elements of `elementSize` bytes (16 or 32, else 11009) to
+  // the active entry's regions in array order, stopping at the first
+  // failure. The caller has reserved room for them.
+  NqeErrorCode AddRegionArray(const void* regions, int32_t count,
+                              int64_t elementSize);
+  // The scan pattern decides the data points: enabled and not empty.
   bool PatternActive() const;
 
   std::list<DetectorEntry> entries_;

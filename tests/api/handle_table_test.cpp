@@ -124,4 +124,24 @@ TEST(ModuleIdentity, VersionQueryReportsNoVersionWhateverItsFirstArgument) {
   }
 }
 
+TEST(ModuleIdentity, NullOutputsAreRefusedInsteadOfWritten) {
+  KvxULong value = 0;
+  char name[12];
+  EXPECT_EQ(GetDeviceCount(nullptr), 11000u);
+  EXPECT_EQ(GetDeviceID(nullptr, &value, &value, 0), 11000u);
+  EXPECT_EQ(GetDeviceID(name, nullptr, &value, 0), 11000u);
+  EXPECT_EQ(GetDeviceID(name, &value, nullptr, 0), 11000u);
+  KvxULong b = 9;
+  EXPECT_EQ(CalibVerOfDLL(0, nullptr, &b, nullptr, nullptr), 5002u);
+  EXPECT_EQ(b, 0u);
+}
+
+TEST(HandleTable, CreateWithoutAPlaceForTheHandleTakesNoSlot) {
+  EXPECT_EQ(CalibCreate(CalibModeManual, nullptr), 11000u);
+  CalibHandle h = 0;
+  ASSERT_EQ(CalibCreate(CalibModeManual, &h), 0u);
+  EXPECT_EQ(h, kTag);  // slot 0 is still the lowest free one
+  EXPECT_EQ(CalibDestroy(h), 0u);
+}
+
 }  // namespace

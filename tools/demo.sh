@@ -1,0 +1,23 @@
+#!/usr/bin/env bash
+# Builds the native configuration (build/) and runs the demo program: a
+# detector with two regions of interest, a lamp calibration read from a
+# calibration point file, and the resulting wavelength axis. Arguments go to
+# the demo (a calibration point file of your own, for instance).
+set -euo pipefail
+
+KVX_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cd "$KVX_ROOT"
+# shellcheck source=tools/packages.sh
+source "$KVX_ROOT/tools/packages.sh"
+
+kvx_ensure_packages cmake ninja-build g++
+args=(-DKVX_BUILD_TOOLS=ON)
+if [ ! -f build/CMakeCache.txt ]; then
+  # A fresh folder needs no test framework for the demo; tools/test-all.sh
+  # switches the tests on in the same folder.
+  args+=(-DCMAKE_BUILD_TYPE=Debug -DKVX_BUILD_TESTS=OFF)
+fi
+kvx_configure build "${args[@]}" >/dev/null
+cmake --build build -j "${KVX_JOBS:-2}" --target kvx_demo
+echo
+exec build/tools/kvx_demo "$@"

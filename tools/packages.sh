@@ -1,0 +1,58 @@
+# shellcheck shell=bash
+# Shared by the tools/*.sh scripts (sourced, not run): Debian package set-up
+# and the CMake configure step used by every configuration.
+
+# kvx_ensure_packages <package>...: installs the packages that are missing,
+# running apt-get update once first. Needs root (or sudo without a password).
+# KVX_SKIP_PACKAGES=1 skips the check on machines set up by other means.
+kvx_ensure_packages() {
+  if [ "${KVX_SKIP_PACKAGES:-0}" = 1 ]; then
+    return 0
+  fi
+  if ! command -v dpkg-query >/dev/null 2>&1 ||
+    ! command -v apt-get >/dev/null 2>&1; then
+    echo "error: this script installs its tools with apt-get on Debian;" \
+      "install them by hand ($*) and set KVX_SKIP_PACKAGES=1" >&2
+    return 1
+  fi
+  local missing=() p
+  for p in "$@"; do
+    if ! dpkg-query -W -f='${Status}' "$p" 2>/dev/null |
+      grep -q 'install ok installed'; then
+      missing+=("$p")
+    fi
+  done
+  if [ ${#missing[@]} -eq 0 ]; then
+    return 0
+  fi
+  local sudo=()
+  if [ "$(id -u)" -ne 0 ]; then
+    if command -v sudo >/dev/null 2>&1 && sudo -n true 2>/dev/null; then
+      sudo=(sudo)
+    else
+      echo "error: missing packages: ${missing[*]}" >&2
+      echo "       run as root, or: sudo apt-get install ${missing[*]}" >&2
+      return 1
+    fi
+  fi
+  echo "Installing missing packages: ${missing[*]}"
+  if ! "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -qq ||
+    ! "${sudo[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq \
+      --no-install-recommends "${missing[@]}"; then
+    echo "error: could not install: ${missing[*]}" >&2
+    return 1
+  fi
+}
+
+# kvx_configure <build-dir> <cmake arguments>...: configures a build folder
+# of the repository ($KVX_ROOT). Ninja is used for new folders when present;
+# an existing folder keeps the generator it was made with.
+kvx_configure() {
+  local dir=$1
+  shift
+  local generator=()
+  if [ ! -f "$dir/CMakeCache.txt" ] && command -v ninja >/dev/null 2>&1; then
+    generator=(-G Ninja)
+  fi
+  cmake -S "$KVX_ROOT" -B "$dir" "${generator[@]}" "$@"
+}
