@@ -1,0 +1,168 @@
+// Polynomial fit (normal equations, Gauss-Jordan without pivoting) and its
+// Horner evaluation.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <bit>
+#include <climits>
+#include <cmath>
+#include <cstdint>
+#include <initializer_list>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "calibration/polynomial_fit.h"
+
+namespace kvx {
+namespace {
+
+constexpr double kUntouched = 99.0;
+
+struct Coefficients {
+  double c[6] = {kUntouched, kUntouched, kUntouched,
+                 kUntouched, kUntouched, kUntouched};
+};
+
+struct BadArguments {
+  int32_t n, order;
+  NqeErrorCode expected;
+};
+
+// The order is checked before the number of points.
+TEST(FitPolynomial, BadOrderOrTooFewPointsAreRefusedWithoutWriting) {
+  const double x[8] = {1, 2, 3, 4, 5, 6, 7, 8};
+  // clang-format off
+  const BadArguments cases[] = {
+      {8, 0, NqeBadPolyOrder}, {0, 0, NqeBadPolyOrder}, {8, 6, NqeBadPolyOrder},
+      {8, INT32_MIN, NqeBadPolyOrder}, {8, INT32_MAX, NqeBadPolyOrder},
+      {1, 1, NqeTooFewCalibrationPoints}, {-5, 1, NqeTooFewCalibrationPoints},
+      {3, 3, NqeTooFewCalibrationPoints}, {5, 5, NqeTooFewCalibrationPoints}};
+  // clang-format on
+  for (const BadArguments& c : cases) {
+    SCOPED_TRACE(::testing::Message() << "n=" << c.n << " order=" << c.order);
+    Coefficients out;
+    EXPECT_EQ(FitPolynomial(x, x, c.n, c.order, out.c), c.expected);
+    for (double v : out.c) EXPECT_EQ(v, kUntouched);
+  }
+}
+
+// Decision: null arrays are refused with 11000 (internal callers always
+// pass them).
+TEST(FitPolynomial, NullArraysAreRefused) {
+  const double v[3] = {1, 2, 3};
+  Coefficients out;
+  EXPECT_EQ(FitPolynomial(nullptr, v, 3, 1, out.c), NqeNullPointer);
+  EXPECT_EQ(FitPolynomial(v, nullptr, 3, 1, out.c), NqeNullPointer);
+  EXPECT_EQ(FitPolynomial(v, v, 3, 1, nullptr), NqeNullPointer);
+}
+
+struct FitCase {
+  const char* name;
+  std::vector<double> x, y;
+  int32_t order;
+  std::vector<double> expected;
+  double relativeTolerance;  // 0: bit-exact, and higher coefficients kept
+};
+
+void PrintTo(const FitCase& c, std::ostream* os) { *os << c.name; }
+
+class Fits : public ::testing::TestWithParam<FitCase> {};
+
+TEST_P(Fits, MatchTheIndependentSolution) {
+  const FitCase& c = GetParam();
+  Coefficients out;
+  ASSERT_EQ(FitPolynomial(c.x.data(), c.y.data(),
+                          static_cast<int32_t>(c.x.size()), c.order, out.c),
+            NqeSuccess);
+  for (size_t i = 0; i < c.expected.size(); ++i) {
+    const double scale = std::max(std::abs(c.expected[i]), 1e-300);
+    EXPECT_LE(std::abs(out.c[i] - c.expected[i]) / scale, c.relativeTolerance)
+        << "c" << i << " = " << out.c[i] << ", expected " << c.expected[i];
+  }
+  if (c.relativeTolerance == 0.0) {
+    for (size_t i = c.expected.size(); i < 6; ++i) {
+      EXPECT_EQ(out.c[i], kUntouched) << i;
+    }
+  }
+}
+
+// Least squares: exact rational solutions of the given doubles (python3
+// fractions.Fraction on the normal equations), rounded to double. The cubic
+// over 1024 pixels is the worst conditioned; the tolerances leave about a
+// factor ten over the rounding of the elimination.
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(LeastSquares, Fits, ::testing::Values(
+    // By hand: S0 3, S1 6, S2 14, sums 1506 and 3016; every step exact.
+    FitCase{"LineThroughThreePoints", {1, 2, 3}, {500, 502, 504}, 1, {498.0, 2.0}, 0.0},
+    FitCase{"Cubic", {1, 100, 250, 400, 512, 700, 850, 1024},
+            {435.8, 452.1, 478.6, 504.9, 524.2, 556.8, 583.0, 614.3}, 3,
+            {435.2871457629213, 0.17379512405039657, -2.453223994136008e-06,
+             3.2556943010886157e-09}, 1e-9},
+    // y = 1 + x/2 - x^2/4 + x^3/8 - x^4/16 + x^5/32.
+    FitCase{"Quintic", {1, 2, 3, 4, 5, 6, 7, 8},
+            {1.34375, 2.0, 6.15625, 23.0, 71.46875, 184.0, 410.28125, 821.0}, 5,
+            {1.0, 0.5, -0.25, 0.125, -0.0625, 0.03125}, 1e-8}),
+    [](const auto& info) { return std::string(info.param.name); });
+
+// Deliberate: a zero pivot stops the elimination without an error, and the
+// right-hand side is not cleared, so the coefficients come from a partly
+// eliminated system. By hand:
+// - x = 2 2 2, y = 1 2 6, order 1: after step 0 row 0 = (2 | 3), row 1 =
+//   (0 | 0); step 1 stops: c = (3, 0).
+// - x = 1 and y = 0.3 six times, order 1: step 0 leaves the pivot 6 - 6 = 0
+//   and the rhs s - (s/6)*6 with s six additions of 0.3; python3: s = 1.8,
+//   s/6 = 0.3, s - (s/6)*6 = 2.220446049250313e-16.
+// - x = 0 0 1 1, y = 1 3 6 10, order 2: matrix [[4,2,2],[2,2,2],[2,2,2]],
+//   rhs (20, 16, 16); after steps 0 and 1 the rhs is (2, 6, 0) and A[2][2]
+//   = 0 stops step 2: c = (2, 6, 0).
+INSTANTIATE_TEST_SUITE_P(ZeroPivotStopsTheEliminationAndStillSucceeds, Fits, ::testing::Values(
+    FitCase{"AllPositionsEqual", {2, 2, 2}, {1, 2, 6}, 1, {3.0, 0.0}, 0.0},
+    FitCase{"KeepsTheResidueOfTheRightHandSide", {1, 1, 1, 1, 1, 1},
+            {0.3, 0.3, 0.3, 0.3, 0.3, 0.3}, 1, {0.3, 0x1p-52}, 0.0},
+    FitCase{"ReadsThePartlyEliminatedRightHandSide", {0, 0, 1, 1}, {1, 3, 6, 10}, 2,
+            {2.0, 6.0, 0.0}, 0.0}),
+    [](const auto& info) { return std::string(info.param.name); });
+// clang-format on
+
+// --- evaluation ------------------------------------------------------------
+
+CalibrationRecord RecordWith(int32_t order, std::initializer_list<double> c) {
+  CalibrationRecord record{};
+  std::copy(c.begin(), c.end(), record.coefficients);
+  record.polyOrder = order;
+  return record;
+}
+
+// Coefficients 1 -1 1 -1 1 -1, so the order decides which terms count; the
+// laser line right after coefficients[5] must never be read as a seventh.
+// By hand at p = 3: partial sums of 1 - 3 + 9 - 27 + 81 - 243. Negative
+// orders give 0; orders above 5 (a record that skipped validation) are
+// evaluated as 5.
+TEST(EvaluatePolynomial, UsesTheCoefficientsUpToTheOrderOnly) {
+  // clang-format off
+  const std::pair<int32_t, double> cases[] = {
+      {0, 1.0}, {1, -2.0}, {2, 7.0}, {3, -20.0}, {5, -182.0},
+      {-1, 0.0}, {INT32_MIN, 0.0}, {6, -182.0}, {INT32_MAX, -182.0}};
+  // clang-format on
+  for (const auto& [order, expected] : cases) {
+    CalibrationRecord record = RecordWith(order, {1, -1, 1, -1, 1, -1});
+    record.laserLine = 1000.0;
+    EXPECT_EQ(EvaluatePolynomial(record, 3.0), expected) << order;
+  }
+}
+
+// Horner and the plain power sum round differently here. python3:
+//   c = [-4.345, -4.868, 3.375, -2.406]; p = 0.7
+//   h = c[3]; h = h*p + c[2]; h = h*p + c[1]; h = h*p + c[0]
+//   h.hex() -> -0x1.bb2495e17e34cp+2 (-6.924108)
+//   c0 + c1*p + c2*p*p + c3*p*p*p -> -6.9241079999999995
+TEST(EvaluatePolynomial, FollowsHornersSchemeBitForBit) {
+  const CalibrationRecord record =
+      RecordWith(3, {-4.345, -4.868, 3.375, -2.406});
+  EXPECT_EQ(std::bit_cast<uint64_t>(EvaluatePolynomial(record, 0.7)),
+            std::bit_cast<uint64_t>(-0x1.bb2495e17e34cp+2));
+}
+
+}  // namespace
+}  // namespace kvx

@@ -1,0 +1,156 @@
+// Detector records through the exports: initialize, validate, load, dump,
+// add, remove and the active detector.
+#include "detector/detector_fixtures.h"
+
+namespace kvx_detector_test {
+namespace {
+
+TEST(DetectorRecord,
+     SizeZeroIsAcceptedByValidateAndInitializeButNotByAddOrDump) {
+  Handle h;
+  DetectorRecord d;
+  std::memset(&d, 0xAB, sizeof d);
+  EXPECT_EQ(CalibInitializeDetector(h, &d, 177), 11017u);
+  EXPECT_EQ(CalibInitializeDetector(h, nullptr, 0), 11000u);
+  EXPECT_EQ(CalibInitializeDetector(h, &d, 0), 0u);
+  const DetectorRecord zero{};
+  EXPECT_EQ(std::memcmp(&d, &zero, sizeof d), 0);
+
+  d = Detector(100);
+  EXPECT_EQ(CalibValidateDetector(h, &d, 0), 0u);
+  EXPECT_EQ(CalibValidateDetector(h, &d, 175), 11017u);
+  KvxULong newId = 77;
+  EXPECT_EQ(CalibAddDetector(h, &d, 0, &newId), 11017u);
+  EXPECT_EQ(newId, 0u);
+  ASSERT_EQ(CalibLoadDetector(h, &d, sizeof d), 0u);
+  EXPECT_EQ(CalibDumpDetector(h, &d, 0), 11017u);
+}
+
+// Validation and load answer alike; a refused load leaves the fresh entry
+// unloaded, and no load takes the record's detectorId.
+TEST(DetectorRecord, ValidationAndLoadAnswerTheFirstFault) {
+  struct {
+    const char* what;
+    KvxLong mode, numPixels;
+    double pixelSize;
+    std::vector<X_ROI> regions;
+    KvxLong regionBytes;  // 0: 16 per region
+    KvxULong code;
+  } cases[] = {
+      {"zero pixels", 0, 0, 20.0, {}, 0, 11002},
+      {"negative pixel count passes", 0, -5, 20.0, {}, 0, 0},
+      {"pixel size 0, manual mode", 0, 100, 0.0, {}, 0, 0},
+      {"pixel size 0, automatic mode", 1, 100, 0.0, {}, 0, 11003},
+      {"32-byte elements", 0, 100, 20.0, {{1, 1, 10, 2}}, 32, 11009},
+      {"overlap", 0, 100, 20.0, {{1, 1, 10, 2}, {2, 10, 4, 2}}, 0, 11005},
+  };
+  for (auto& c : cases) {
+    SCOPED_TRACE(c.what);
+    Handle h(c.mode);
+    const KvxULong id = ActiveId(h);
+    DetectorRecord d = Detector(c.numPixels, &c.regions, c.pixelSize);
+    if (c.regionBytes != 0) d.regionBytes = c.regionBytes;
+    d.detectorId = id + 1;
+    EXPECT_EQ(CalibValidateDetector(h, &d, sizeof d), c.code);
+    EXPECT_EQ(CalibLoadDetector(h, &d, sizeof d), c.code);
+    EXPECT_EQ(RegionCount(h), c.code == 0 ? 0 : -1);
+    EXPECT_EQ(ActiveId(h), id);
+  }
+}
+
+TEST(DetectorRecord,
+     DumpChecksInOrderWritesOnlyTheDetectorFieldsAndRefusesCountZero) {
+  Handle h;
+  std::vector<X_ROI> regions = {{4, 1, 10, 2}, {9, 21, 6, 3}};
+  DetectorRecord d = Detector(512, &regions, 13.5);
+  d.secondarySize = 26.0;
+  d.secondaryCount = 128;
+  EXPECT_EQ(CalibDumpDetector(h, &d, sizeof d), 11011u);  // not loaded
+  ASSERT_EQ(CalibLoadDetector(h, &d, sizeof d), 0u);
+
+  X_ROI out[2] = {};
+  DetectorRecord dump;
+  std::memset(&dump, 0x5A, sizeof dump);
+  dump.regions = nullptr;
+  dump.regionCount = 3;  // the load counted two regions
+  dump.regionBytes = 48;
+  EXPECT_EQ(CalibDumpDetector(h, &dump, sizeof dump), 11018u);
+  dump.regionCount = 2;
+  EXPECT_EQ(CalibDumpDetector(h, &dump, sizeof dump), 11009u);
+  dump.regionBytes = 32;
+  EXPECT_EQ(CalibDumpDetector(h, &dump, sizeof dump), 11000u);
+  dump.regions = out;
+  ASSERT_EQ(CalibDumpDetector(h, &dump, sizeof dump), 0u);
+  EXPECT_EQ(dump.detectorId, ActiveId(h));
+  EXPECT_STREQ(dump.name, "test ccd");
+  EXPECT_TRUE(dump.pixelSize == 13.5 && dump.secondarySize == 26.0);
+  EXPECT_TRUE(dump.numPixels == 512 && dump.secondaryCount == 128);
+  EXPECT_TRUE(dump.regionCount == 2 && dump.regionBytes == 32);
+  EXPECT_EQ(dump.reserved132[0], 0x5A);  // padding is not written
+  EXPECT_TRUE(out[1].startPixel == 21 && out[1].width == 6);
+
+  // With no regions counted there is no element size: refused, untouched.
+  ASSERT_EQ(CalibDeleteScanPattern(h), NqeSuccess);
+  DetectorRecord none = Detector(7);
+  const DetectorRecord before = none;
+  EXPECT_EQ(CalibDumpDetector(h, &none, sizeof none), 11009u);
+  EXPECT_EQ(std::memcmp(&none, &before, sizeof none), 0);
+}
+
+TEST(DetectorRecord,
+     LoadThatFailsWhileAddingRegionsLeavesABlankEntryWithIdZero) {
+  Handle h;
+  const KvxULong id = ActiveId(h);
+  std::vector<X_ROI> regions = {{1, 0, 4, 2}};  // passes the array check
+  DetectorRecord d = Detector(100, &regions);
+  EXPECT_EQ(CalibLoadDetector(h, &d, sizeof d), 11006u);
+  EXPECT_EQ(ActiveId(h), 0u);
+  EXPECT_EQ(RegionCount(h), -1);  // not loaded
+  EXPECT_EQ(CalibSetActiveDetectorID(h, id), 11012u);
+}
+
+TEST(DetectorRecord, FailedAddStillReportsTheNewIdAndLeavesABlankEntry) {
+  Handle h;
+  DetectorRecord d = Detector(0);
+  KvxULong id = 0;
+  EXPECT_EQ(CalibAddDetector(h, &d, sizeof d, &id), 11002u);
+  ASSERT_EQ(CalibSetActiveDetectorID(h, id), 0u);
+  EXPECT_EQ(RegionCount(h), -1);  // not loaded
+}
+
+TEST(DetectorRecord, AddKeepsTheActiveDetectorAndRemovingItActivatesTheFirst) {
+  Handle h;
+  const KvxULong first = ActiveId(h);
+  DetectorRecord d = Detector(64);
+  KvxULong a = 0, b = 0;
+  ASSERT_EQ(CalibAddDetector(h, &d, sizeof d, &a), 0u);
+  ASSERT_EQ(CalibAddDetector(h, &d, sizeof d, &b), 0u);
+  EXPECT_EQ(CalibAddDetector(h, &d, sizeof d, nullptr), 11000u);
+  EXPECT_EQ(ActiveId(h), first);
+  // IDs are opaque: distinct, non-zero, not consecutive.
+  EXPECT_TRUE(a != 0 && b != 0 && a != b && a != first && b - a != 1);
+
+  ASSERT_EQ(CalibSetActiveDetectorID(h, b), 0u);
+  EXPECT_EQ(RegionCount(h), 0);  // loaded
+  EXPECT_EQ(CalibRemoveDetectorID(h, a), 0u);
+  EXPECT_EQ(ActiveId(h), b);
+  EXPECT_EQ(CalibRemoveDetectorID(h, b), 0u);
+  EXPECT_EQ(ActiveId(h), first);
+  EXPECT_EQ(CalibSetActiveDetectorID(h, a), 11012u);
+}
+
+TEST(DetectorRecord,
+     RemovingAnUnknownIdSucceedsAndTheOnlyDetectorStaysBlankWithItsId) {
+  Handle h;
+  LoadWithRegions(h, 100, {{1, 1, 10, 2}});
+  const KvxULong id = ActiveId(h);
+  EXPECT_EQ(CalibRemoveDetectorID(h, id ^ 0x5A5A5A5Au), 0u);
+  EXPECT_EQ(CalibSetActiveDetectorID(h, id ^ 0x5A5A5A5Au), 11012u);
+  EXPECT_EQ(RegionCount(h), 1);  // nothing changed
+  EXPECT_EQ(CalibRemoveDetectorID(h, id), 0u);
+  EXPECT_EQ(ActiveId(h), id);
+  EXPECT_EQ(RegionCount(h), -1);  // blank, not loaded
+}
+
+}  // namespace
+}  // namespace kvx_detector_test
