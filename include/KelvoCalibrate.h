@@ -99,6 +99,7 @@ extern "C" {
 
 /* The numeric values are part of the binary interface. 11004, 11040, 11052
  * and 11080 are never returned. */
+/* clang-format off */
 enum NqeErrorCode {
   NqeSuccess = 0,
   NqeNotSupported = 5002,            /* the version query reports no version */
@@ -190,6 +191,7 @@ enum NqeErrorCode {
   NqeNoPointCount = 11088,           /* "Number_Points" missing or empty */
   NqeNoFileName = 11089              /* file name pointer is null */
 };
+/* clang-format on */
 typedef enum NqeErrorCode NqeErrorCode;
 
 /* ------------------------------------------------------------------------ */
@@ -208,16 +210,16 @@ enum {
 /* Unit codes of CalibrationRecord.inputUnit / displayUnit. Bit 31 is not
  * part of the unit: it marks a table calibration (KVX_CALIB_TABLE_FLAG). */
 enum CalibUnit {
-  CalibUnitXValue = 0,             /* "X_Value [i]": the position itself */
-  CalibUnitFixedPolynomial = 1,    /* input: 1 + pixel; display: position */
-  CalibUnitOffsetFactor = 2,       /* input: offset + factor * pixel */
-  CalibUnitPolynomial = 3,         /* display: polynomial value, no conversion */
-  CalibUnitNanometers = 4,         /* "Wavelength, nm" */
-  CalibUnitWavenumbers = 5,        /* "Wavenumber, cm-1" */
+  CalibUnitXValue = 0,          /* "X_Value [i]": the position itself */
+  CalibUnitFixedPolynomial = 1, /* input: 1 + pixel; display: position */
+  CalibUnitOffsetFactor = 2,    /* input: offset + factor * pixel */
+  CalibUnitPolynomial = 3,      /* display: polynomial value, no conversion */
+  CalibUnitNanometers = 4,      /* "Wavelength, nm" */
+  CalibUnitWavenumbers = 5,     /* "Wavenumber, cm-1" */
   CalibUnitRelativeWavenumbers = 6, /* "Relative Wavenumber, Rel cm-1" */
-  CalibUnitElectronVolts = 7,      /* "Electron Volts, eV" */
-  CalibUnitAngstroms = 8,          /* "Angstroms" */
-  CalibUnitMicrons = 9             /* "Microns" */
+  CalibUnitElectronVolts = 7,       /* "Electron Volts, eV" */
+  CalibUnitAngstroms = 8,           /* "Angstroms" */
+  CalibUnitMicrons = 9              /* "Microns" */
 };
 #define KVX_CALIB_TABLE_FLAG 0x80000000u
 
@@ -235,50 +237,50 @@ typedef struct X_ROI {
 
 /* Detector description, 176 bytes on every platform. */
 typedef struct KVX_ALIGN8 DetectorRecord {
-  KvxULong detectorId;     /* 0: written on dump, ignored on input */
-  char name[128];          /* 4: NUL-terminated, kept as given */
-  char reserved132[4];     /* 132: not read or written */
-  double pixelSize;        /* 136: micrometres; non-zero in automatic mode */
-  double secondarySize;    /* 144: kept and returned */
-  KvxLong numPixels;       /* 152: pixels along X; non-zero */
-  KvxLong secondaryCount;  /* 156: kept and returned */
-  void *regions;           /* 160: caller's X_ROI array, or null */
+  KvxULong detectorId;    /* 0: written on dump, ignored on input */
+  char name[128];         /* 4: NUL-terminated, kept as given */
+  char reserved132[4];    /* 132: not read or written */
+  double pixelSize;       /* 136: micrometres; non-zero in automatic mode */
+  double secondarySize;   /* 144: kept and returned */
+  KvxLong numPixels;      /* 152: pixels along X; non-zero */
+  KvxLong secondaryCount; /* 156: kept and returned */
+  void* regions;          /* 160: caller's X_ROI array, or null */
 #if KVX_PTR64
-  KvxLong regionCount;     /* 168 */
-  KvxLong regionBytes;     /* 172: total bytes of the array at regions */
+  KvxLong regionCount; /* 168 */
+  KvxLong regionBytes; /* 172: total bytes of the array at regions */
 #else
-  KvxLong regionCount;     /* 164 */
-  KvxLong regionBytes;     /* 168 */
-  char reserved172[4];     /* 172: not read or written */
+  KvxLong regionCount; /* 164 */
+  KvxLong regionBytes; /* 168 */
+  char reserved172[4]; /* 172: not read or written */
 #endif
 } DetectorRecord;
 
 /* Calibration, 528 bytes on every platform. Unused point slots hold -1.0 in
  * both position and value. */
 typedef struct KVX_ALIGN8 CalibrationRecord {
-  KvxLong inputUnit;         /* 0: unit of pointValue; bit 31 = table */
-  KvxLong displayUnit;       /* 4: unit of results; bit 31 = table lookup */
-  KvxLong polyOrder;         /* 8: 1 to 5 */
-  KvxLong reserved12;        /* 12 */
-  double pointPosition[10];  /* 16: data point of each calibration point */
-  double pointValue[10];     /* 96: value of each point, in inputUnit */
-  double coefficients[6];    /* 176: nm = sum c[i] * pixel^i */
-  double laserLine;          /* 224: nm, reference of relative wavenumbers */
-  KvxLong pointCount;        /* 232: slots in use, written by validation */
-  char unitLabel[128];       /* 236: name of the display unit */
-  char calibLabel[128];      /* 364: free text */
+  KvxLong inputUnit;        /* 0: unit of pointValue; bit 31 = table */
+  KvxLong displayUnit;      /* 4: unit of results; bit 31 = table lookup */
+  KvxLong polyOrder;        /* 8: 1 to 5 */
+  KvxLong reserved12;       /* 12 */
+  double pointPosition[10]; /* 16: data point of each calibration point */
+  double pointValue[10];    /* 96: value of each point, in inputUnit */
+  double coefficients[6];   /* 176: nm = sum c[i] * pixel^i */
+  double laserLine;         /* 224: nm, reference of relative wavenumbers */
+  KvxLong pointCount;       /* 232: slots in use, written by validation */
+  char unitLabel[128];      /* 236: name of the display unit */
+  char calibLabel[128];     /* 364: free text */
 #if KVX_PTR64
-  KvxLong tableLength;       /* 492 */
-  double *table;             /* 496: per-pixel values, or null */
+  KvxLong tableLength; /* 492 */
+  double* table;       /* 496: per-pixel values, or null */
 #else
-  double *table;             /* 492: per-pixel values, or null */
-  KvxLong tableLength;       /* 496 */
-  KvxLong reserved500;       /* 500 */
+  double* table;       /* 492: per-pixel values, or null */
+  KvxLong tableLength; /* 496 */
+  KvxLong reserved500; /* 500 */
 #endif
-  double offset;             /* 504: offset-and-factor calibration */
-  double factor;             /* 512 */
-  unsigned char valid;       /* 520: 1 after a successful validation */
-  unsigned char enabled;     /* 521: conversions refused while 0 */
+  double offset;                /* 504: offset-and-factor calibration */
+  double factor;                /* 512 */
+  unsigned char valid;          /* 520: 1 after a successful validation */
+  unsigned char enabled;        /* 521: conversions refused while 0 */
   unsigned char reserved522[6]; /* 522 */
 } CalibrationRecord;
 
@@ -288,38 +290,38 @@ typedef struct KVX_ALIGN8 CalibrationRecord {
 typedef struct KVX_ALIGN8 SpeCalibrationBlock {
   unsigned char bytes[504];
 } SpeCalibrationBlock;
-#define KVX_SPE_OFFSET 0            /* double */
-#define KVX_SPE_FACTOR 8            /* double */
-#define KVX_SPE_DISPLAY_UNIT 16     /* int32 */
-#define KVX_SPE_UNIT_LABEL 21       /* char[40] */
-#define KVX_SPE_TABLE 64            /* pointer: 4 bytes, 8 in 64-bit builds */
+#define KVX_SPE_OFFSET 0        /* double */
+#define KVX_SPE_FACTOR 8        /* double */
+#define KVX_SPE_DISPLAY_UNIT 16 /* int32 */
+#define KVX_SPE_UNIT_LABEL 21   /* char[40] */
+#define KVX_SPE_TABLE 64        /* pointer: 4 bytes, 8 in 64-bit builds */
 #if KVX_PTR64
-#define KVX_SPE_TABLE_LENGTH 72     /* int32 */
+#define KVX_SPE_TABLE_LENGTH 72 /* int32 */
 #else
-#define KVX_SPE_TABLE_LENGTH 68     /* int32 */
+#define KVX_SPE_TABLE_LENGTH 68 /* int32 */
 #endif
-#define KVX_SPE_VALID 104           /* byte */
-#define KVX_SPE_INPUT_UNIT 108      /* int32 */
-#define KVX_SPE_POLY_UNIT 112       /* int32, always 4 on dump */
-#define KVX_SPE_POLY_ORDER 116      /* signed byte, always 1 on dump */
-#define KVX_SPE_POINT_COUNT 117     /* signed byte, at most 10 */
-#define KVX_SPE_POINT_POSITION 120  /* 10 doubles */
-#define KVX_SPE_POINT_VALUE 200     /* 10 doubles */
-#define KVX_SPE_COEFFICIENTS 280    /* 6 doubles */
-#define KVX_SPE_LASER_LINE 328      /* double */
-#define KVX_SPE_CALIB_LABEL 338     /* char[40] */
-#define KVX_SPE_ENABLED_CODE 380    /* int32: 2 enabled, 3 disabled */
-#define KVX_SPE_REGIONS 384         /* 10 x {start, width, divisor} int32 */
+#define KVX_SPE_VALID 104          /* byte */
+#define KVX_SPE_INPUT_UNIT 108     /* int32 */
+#define KVX_SPE_POLY_UNIT 112      /* int32, always 4 on dump */
+#define KVX_SPE_POLY_ORDER 116     /* signed byte, always 1 on dump */
+#define KVX_SPE_POINT_COUNT 117    /* signed byte, at most 10 */
+#define KVX_SPE_POINT_POSITION 120 /* 10 doubles */
+#define KVX_SPE_POINT_VALUE 200    /* 10 doubles */
+#define KVX_SPE_COEFFICIENTS 280   /* 6 doubles */
+#define KVX_SPE_LASER_LINE 328     /* double */
+#define KVX_SPE_CALIB_LABEL 338    /* char[40] */
+#define KVX_SPE_ENABLED_CODE 380   /* int32: 2 enabled, 3 disabled */
+#define KVX_SPE_REGIONS 384        /* 10 x {start, width, divisor} int32 */
 
 /* Spectrum handed to the peak search, 16 bytes on every platform. */
 typedef struct SpectrumData {
-  void *data;          /* 0: first sample */
-  KvxLong count;       /* 4 (8 in 64-bit builds): number of samples */
+  void* data;    /* 0: first sample */
+  KvxLong count; /* 4 (8 in 64-bit builds): number of samples */
 #if !KVX_PTR64
-  KvxLong reserved8;   /* 8: not read */
+  KvxLong reserved8; /* 8: not read */
 #endif
-  KvxLong dataType;    /* 12: 1 int8, 2 int16, 3 int32, 4 float, 5 double,
-                          6 uint8, 7 uint16, 8 uint32 */
+  KvxLong dataType; /* 12: 1 int8, 2 int16, 3 int32, 4 float, 5 double,
+                       6 uint8, 7 uint16, 8 uint32 */
 } SpectrumData;
 
 /* One calibration point of a calibration point file, 16 bytes. */
@@ -330,55 +332,55 @@ typedef struct KVX_ALIGN8 CalibPoint {
 
 /* Spectrograph, 184 bytes. */
 typedef struct KVX_ALIGN8 SpectrographRecord {
-  KvxLong spectrographId;  /* 0 */
-  KvxLong numTurrets;      /* 4: non-zero */
-  KvxLong numGratings;     /* 8: gratings per turret, non-zero */
-  char name[128];          /* 12 */
-  char reserved140[12];    /* 140: not read */
-  double focalLength;      /* 152: mm, non-zero */
-  double inclusionAngle;   /* 160: degrees, non-zero */
-  double detectorAngle;    /* 168: degrees */
-  double scaleFactor;      /* 176: focal-plane scale factor, non-zero */
+  KvxLong spectrographId; /* 0 */
+  KvxLong numTurrets;     /* 4: non-zero */
+  KvxLong numGratings;    /* 8: gratings per turret, non-zero */
+  char name[128];         /* 12 */
+  char reserved140[12];   /* 140: not read */
+  double focalLength;     /* 152: mm, non-zero */
+  double inclusionAngle;  /* 160: degrees, non-zero */
+  double detectorAngle;   /* 168: degrees */
+  double scaleFactor;     /* 176: focal-plane scale factor, non-zero */
 } SpectrographRecord;
 
 /* Turret, 140 bytes; CalibLoadTurrets takes an array of them. */
 typedef struct TurretRecord {
-  KvxLong reserved0;    /* 0: not read */
-  KvxLong turretId;     /* 4 */
-  char name[128];       /* 8 */
-  KvxLong numGratings;  /* 136: non-zero */
+  KvxLong reserved0;   /* 0: not read */
+  KvxLong turretId;    /* 4 */
+  char name[128];      /* 8 */
+  KvxLong numGratings; /* 136: non-zero */
 } TurretRecord;
 
 /* Grating, 208 bytes; CalibLoadGratings takes an array of them. A value of
  * 0.0 in the optics fields takes the spectrograph's (pixel width: the
  * active detector's pixel size). */
 typedef struct KVX_ALIGN8 GratingRecord {
-  KvxLong reserved0;         /* 0: not read */
-  KvxLong gratingId;         /* 4 */
-  char name[128];            /* 8 */
-  double grooveDensity;      /* 136: grooves/mm; -1.0 = not set (refused) */
-  double storedValue;        /* 144: kept with the grating, not used */
-  double centerPixelOffset;  /* 152: pixels */
-  double slopeAdjust;        /* 160 */
-  double focalLength;        /* 168: mm */
-  double inclusionAngle;     /* 176: degrees */
-  double detectorAngle;      /* 184: degrees */
-  double scaleFactor;        /* 192 */
-  double pixelWidth;         /* 200: micrometres */
+  KvxLong reserved0;        /* 0: not read */
+  KvxLong gratingId;        /* 4 */
+  char name[128];           /* 8 */
+  double grooveDensity;     /* 136: grooves/mm; -1.0 = not set (refused) */
+  double storedValue;       /* 144: kept with the grating, not used */
+  double centerPixelOffset; /* 152: pixels */
+  double slopeAdjust;       /* 160 */
+  double focalLength;       /* 168: mm */
+  double inclusionAngle;    /* 176: degrees */
+  double detectorAngle;     /* 184: degrees */
+  double scaleFactor;       /* 192 */
+  double pixelWidth;        /* 200: micrometres */
 } GratingRecord;
 
 /* Block of spectra for the glue, 36 bytes in 32-bit builds, 56 in 64-bit
  * builds (pointer members widen; see docs/record-layouts.md). */
 typedef struct GlueSpectrum {
-  void *data;                      /* 0: numFrames x numPoints values */
-  KvxLong numPoints;               /* 4 */
-  KvxLong numFrames;               /* 8 */
-  KvxLong dataType;                /* 12: as SpectrumData; output 5 */
-  KvxLong layout;                  /* 16: must be 1 */
-  double *xValues;                 /* 20: X value of each point */
-  KvxLong reserved24;              /* 24 */
-  CalibrationRecord *calibration;  /* 28: optional */
-  KvxLong reserved32;              /* 32 */
+  void* data;                     /* 0: numFrames x numPoints values */
+  KvxLong numPoints;              /* 4 */
+  KvxLong numFrames;              /* 8 */
+  KvxLong dataType;               /* 12: as SpectrumData; output 5 */
+  KvxLong layout;                 /* 16: must be 1 */
+  double* xValues;                /* 20: X value of each point */
+  KvxLong reserved24;             /* 24 */
+  CalibrationRecord* calibration; /* 28: optional */
+  KvxLong reserved32;             /* 32 */
 } GlueSpectrum;
 
 /* ------------------------------------------------------------------------ */
@@ -386,13 +388,13 @@ typedef struct GlueSpectrum {
 /* ------------------------------------------------------------------------ */
 
 /* Writes 200 to *count. Returns 0; 11000 for a null pointer. */
-KVX_EXPORT KvxULong KVX_CALL GetDeviceCount(KvxULong *count);
+KVX_EXPORT KvxULong KVX_CALL GetDeviceCount(KvxULong* count);
 
 /* Writes "Calibration" with its terminator (12 bytes) to name, kCalibTypeTag
  * to *typeCode and 8 to *secondCode; reserved is ignored. Returns 0; 11000
  * when a pointer is null (nothing written). */
-KVX_EXPORT KvxULong KVX_CALL GetDeviceID(char *name, KvxULong *typeCode,
-                                         KvxULong *secondCode,
+KVX_EXPORT KvxULong KVX_CALL GetDeviceID(char* name, KvxULong* typeCode,
+                                         KvxULong* secondCode,
                                          KvxULong reserved);
 
 /* Creates a calibration object (mode CalibModeManual or CalibModeAutomatic)
@@ -401,7 +403,7 @@ KVX_EXPORT KvxULong KVX_CALL GetDeviceID(char *name, KvxULong *typeCode,
  * 11068 for another mode (the handle is written and must be destroyed);
  * 11022 / 11067 when memory runs out (the slot is lost); 11000 for a null
  * handle pointer (no slot taken). */
-KVX_EXPORT KvxULong KVX_CALL CalibCreate(KvxLong mode, CalibHandle *handle);
+KVX_EXPORT KvxULong KVX_CALL CalibCreate(KvxLong mode, CalibHandle* handle);
 
 /* Destroys the object and frees the slot. The slot keeps the center
  * wavelength last set through it for the next object created there. */
@@ -417,9 +419,9 @@ KVX_EXPORT KvxULong KVX_CALL CalibCopyCalibObject(CalibHandle target,
 
 /* Reports no version: writes 0 to each of *a..*d that is not null and
  * returns 5002. The first argument is not examined. */
-KVX_EXPORT KvxULong KVX_CALL CalibVerOfDLL(KvxULong ignored, KvxULong *a,
-                                           KvxULong *b, KvxULong *c,
-                                           KvxULong *d);
+KVX_EXPORT KvxULong KVX_CALL CalibVerOfDLL(KvxULong ignored, KvxULong* a,
+                                           KvxULong* b, KvxULong* c,
+                                           KvxULong* d);
 
 /* ------------------------------------------------------------------------ */
 /* Detectors                                                                */
@@ -428,21 +430,21 @@ KVX_EXPORT KvxULong KVX_CALL CalibVerOfDLL(KvxULong ignored, KvxULong *a,
 /* Fills a caller record with zeros. size 0 means 176.
  * Returns 0; 11017 size not 0/176; 11000 null record. */
 KVX_EXPORT KvxULong KVX_CALL CalibInitializeDetector(CalibHandle handle,
-                                                     void *record,
+                                                     void* record,
                                                      KvxLong size);
 
 /* Checks a record without keeping anything. size 0 means 176.
  * Returns 0; 11017 size; 11000 null; 11002 numPixels 0; 11003 pixel size 0
  * in automatic mode; a region-array code (11000-11009) for its regions. */
 KVX_EXPORT KvxULong KVX_CALL CalibValidateDetector(CalibHandle handle,
-                                                   const void *record,
+                                                   const void* record,
                                                    KvxLong size);
 
 /* Replaces the active detector with the record and its regions. Codes as
  * CalibValidateDetector; then a region add code (11005-11008): the active
  * detector is then left blank, not loaded, with ID 0. */
 KVX_EXPORT KvxULong KVX_CALL CalibLoadDetector(CalibHandle handle,
-                                               const void *record,
+                                               const void* record,
                                                KvxLong size);
 
 /* Writes the active detector into the record and its regions into the
@@ -450,12 +452,12 @@ KVX_EXPORT KvxULong KVX_CALL CalibLoadDetector(CalibHandle handle,
  * counter). Returns 0; 11010 no active detector; 11011 not loaded; 11017
  * size not 176; 11018 count differs; 11009 region count 0 or element size
  * not 16/32; a validation code of the active detector. */
-KVX_EXPORT KvxULong KVX_CALL CalibDumpDetector(CalibHandle handle,
-                                               void *record, KvxLong size);
+KVX_EXPORT KvxULong KVX_CALL CalibDumpDetector(CalibHandle handle, void* record,
+                                               KvxLong size);
 
 /* Writes the active detector's ID. Returns 0; 11010 no active detector. */
 KVX_EXPORT KvxULong KVX_CALL CalibGetActiveDetectorID(CalibHandle handle,
-                                                      KvxULong *id);
+                                                      KvxULong* id);
 
 /* Makes the detector with that ID active. Returns 0; 11012 unknown ID. */
 KVX_EXPORT KvxULong KVX_CALL CalibSetActiveDetectorID(CalibHandle handle,
@@ -466,8 +468,8 @@ KVX_EXPORT KvxULong KVX_CALL CalibSetActiveDetectorID(CalibHandle handle,
  * 0); 11013 out of memory; a load code (the blank entry stays, its ID is
  * still reported). */
 KVX_EXPORT KvxULong KVX_CALL CalibAddDetector(CalibHandle handle,
-                                              const void *record,
-                                              KvxLong size, KvxULong *newId);
+                                              const void* record, KvxLong size,
+                                              KvxULong* newId);
 
 /* Removes the detector with that ID (the last one is only blanked). An
  * unknown ID changes nothing and returns 0. Returns 11012 when the store is
@@ -482,7 +484,7 @@ KVX_EXPORT KvxULong KVX_CALL CalibRemoveDetectorID(CalibHandle handle,
 /* Writes the number of regions of the active detector. Returns 0; 11010;
  * 11011 detector not loaded. */
 KVX_EXPORT KvxULong KVX_CALL CalibNumberOfX_ROIs(CalibHandle handle,
-                                                 KvxLong *count);
+                                                 KvxLong* count);
 
 /* Switch the scan pattern off / on (a property of the object, not of a
  * detector). Return 0. */
@@ -491,7 +493,7 @@ KVX_EXPORT KvxULong KVX_CALL CalibEnableScanPattern(CalibHandle handle);
 
 /* Writes 1 when the scan pattern is on, else 0. Returns 0. */
 KVX_EXPORT KvxULong KVX_CALL CalibGetScanState(CalibHandle handle,
-                                               KvxLong *state);
+                                               KvxLong* state);
 
 /* ------------------------------------------------------------------------ */
 /* Calibrations                                                             */
@@ -501,7 +503,7 @@ KVX_EXPORT KvxULong KVX_CALL CalibGetScanState(CalibHandle handle,
  * label "Wavelength, nm", enabled, not valid). size 0 means 528.
  * Returns 0; 11000 null record; 11037 size not 528. */
 KVX_EXPORT KvxULong KVX_CALL CalibInitializeCalibration(CalibHandle handle,
-                                                        void *record,
+                                                        void* record,
                                                         KvxLong size);
 
 /* Checks a caller record; for point calibrations fits the polynomial. The
@@ -511,7 +513,7 @@ KVX_EXPORT KvxULong KVX_CALL CalibInitializeCalibration(CalibHandle handle,
  * 11032, 11034 (a table calibration that is not monotonic keeps valid 1),
  * 11035. */
 KVX_EXPORT KvxULong KVX_CALL CalibValidateCalibration(CalibHandle handle,
-                                                      void *record,
+                                                      void* record,
                                                       KvxLong size);
 
 /* Validates the caller's record (positions taken as data points; results
@@ -521,19 +523,18 @@ KVX_EXPORT KvxULong KVX_CALL CalibValidateCalibration(CalibHandle handle,
  * validation for size 0; 11000 when the active calibration has no record
  * (the only calibration was removed). */
 KVX_EXPORT KvxULong KVX_CALL CalibLoadCalibration(CalibHandle handle,
-                                                  void *record,
-                                                  KvxLong size);
+                                                  void* record, KvxLong size);
 
 /* Copies the active calibration into the caller's record. A table pointer
  * written is the library's own copy: valid until the object is destroyed or
  * copied over, never to be freed by the host.
  * Returns 0; 11037 size not 528; 11000 null record or no active record. */
 KVX_EXPORT KvxULong KVX_CALL CalibDumpCalibration(CalibHandle handle,
-                                                  void *record, KvxLong size);
+                                                  void* record, KvxLong size);
 
 /* Writes the active calibration's ID. Returns 0; 11021 none (writes 0). */
 KVX_EXPORT KvxULong KVX_CALL CalibGetActiveCalibrationID(CalibHandle handle,
-                                                         KvxULong *id);
+                                                         KvxULong* id);
 
 /* Selects the active calibration. Returns 0; 11023 unknown ID. */
 KVX_EXPORT KvxULong KVX_CALL CalibSetActiveCalibrationID(CalibHandle handle,
@@ -544,8 +545,8 @@ KVX_EXPORT KvxULong KVX_CALL CalibSetActiveCalibrationID(CalibHandle handle,
  * size 0 validates but keeps the default record. Writes the new ID (0 on
  * failure). Returns 0 or a validation code; 11001 out of memory. */
 KVX_EXPORT KvxULong KVX_CALL CalibAddCalibration(CalibHandle handle,
-                                                 void *record, KvxLong size,
-                                                 KvxULong *newId);
+                                                 void* record, KvxLong size,
+                                                 KvxULong* newId);
 
 /* Removes a calibration. Returns 0 only when the last calibration of a list
  * of two or more was removed or the ID is unknown; removing any other one
@@ -559,7 +560,7 @@ KVX_EXPORT KvxULong KVX_CALL CalibRemoveCalibrationID(CalibHandle handle,
  * 11032 from the unit conversion. */
 KVX_EXPORT KvxULong KVX_CALL CalibDataPointToCalibValue(CalibHandle handle,
                                                         double dataPoint,
-                                                        double *value);
+                                                        double* value);
 
 /* Data point of a calibrated value; values outside the calibrated range
  * give the ends of the detector. Codes as CalibCalibValueToPixel, then
@@ -567,14 +568,14 @@ KVX_EXPORT KvxULong KVX_CALL CalibDataPointToCalibValue(CalibHandle handle,
  * written). */
 KVX_EXPORT KvxULong KVX_CALL CalibCalibValueToDataPoint(CalibHandle handle,
                                                         double value,
-                                                        double *dataPoint);
+                                                        double* dataPoint);
 
 /* Calibrated value of every data point 1..count into values.
  * Returns 0; 11020 count differs from the number of data points (nothing
  * written); the first conversion failure (later elements not written). */
 KVX_EXPORT KvxULong KVX_CALL CalibCalibratedDataPointArray(CalibHandle handle,
                                                            KvxLong count,
-                                                           double *values);
+                                                           double* values);
 
 /* Tests the fit at calibration point pointNumber (1-10): writes the point's
  * value in the input unit, the fitted value and (reference - fitted) /
@@ -582,15 +583,15 @@ KVX_EXPORT KvxULong KVX_CALL CalibCalibratedDataPointArray(CalibHandle handle,
  * conversion code. Input units outside 3..9 write nothing and return 0. */
 KVX_EXPORT KvxULong KVX_CALL CalibTestCalibPointFit(CalibHandle handle,
                                                     KvxLong pointNumber,
-                                                    double *reference,
-                                                    double *fitted,
-                                                    double *relativeError);
+                                                    double* reference,
+                                                    double* fitted,
+                                                    double* relativeError);
 
 /* Root of the summed squared relative errors of the used points. The point
  * numbers tested are the slot indexes themselves (slot i tests point i,
  * i.e. slot i - 1). Returns 0 or a validation code (result untouched). */
 KVX_EXPORT KvxULong KVX_CALL CalibTestCalibrationFit(CalibHandle handle,
-                                                     double *result);
+                                                     double* result);
 
 /* ------------------------------------------------------------------------ */
 /* Calibration point files                                                  */
@@ -608,35 +609,34 @@ KVX_EXPORT KvxULong KVX_CALL CalibTestCalibrationFit(CalibHandle handle,
  * (also for a missing file); 11082; 11088; 11084; 11085; 11086 / 11087 a
  * point key missing or empty; any CalibLoadCalibration code. */
 KVX_EXPORT KvxULong KVX_CALL CalibLoadCalibFile(CalibHandle handle,
-                                                const char *fileName,
-                                                short version,
-                                                KvxLong segment,
+                                                const char* fileName,
+                                                short version, KvxLong segment,
                                                 double wavelengthOffset,
                                                 double laserLine);
 
 /* No handle. Writes "Num_Segments" (0 when missing). Returns 0; 11089;
  * 11081; 11000 numSegments null; 11082 no "CCD_Info" section (or no
  * file). */
-KVX_EXPORT KvxULong KVX_CALL CalibGetNumSegments(const char *fileName,
+KVX_EXPORT KvxULong KVX_CALL CalibGetNumSegments(const char* fileName,
                                                  short version,
-                                                 KvxLong *numSegments);
+                                                 KvxLong* numSegments);
 
 /* No handle. Writes "Number_Points" of a segment. Returns 0; 11089; 11081;
  * 11000 numPoints null; 11083 section missing; 11088 key missing or
  * empty. */
-KVX_EXPORT KvxULong KVX_CALL CalibGetNumPoints(const char *fileName,
+KVX_EXPORT KvxULong KVX_CALL CalibGetNumPoints(const char* fileName,
                                                short version, KvxLong segment,
-                                               KvxLong *numPoints);
+                                               KvxLong* numPoints);
 
 /* No handle. Reads up to maxPoints points of a segment into points (a
  * missing point key reads as 0). Returns 0; 11089; 11081; 11083; 11082;
  * 11088; 11084; 11085; 11000 points null while points are to be written;
  * 11086 / 11087 a point key present but empty (the points before it stay
  * written). */
-KVX_EXPORT KvxULong KVX_CALL CalibLoadCalibPoints(const char *fileName,
+KVX_EXPORT KvxULong KVX_CALL CalibLoadCalibPoints(const char* fileName,
                                                   short version,
                                                   KvxLong segment,
-                                                  CalibPoint *points,
+                                                  CalibPoint* points,
                                                   KvxLong maxPoints);
 
 #ifdef __cplusplus
@@ -651,26 +651,26 @@ KVX_EXPORT KvxULong KVX_CALL CalibLoadCalibPoints(const char *fileName,
  * 11010; 11006 outside the detector; 11007 duplicate ID; 11005 overlap (the
  * detector is then marked not loaded). */
 KVX_EXPORT NqeErrorCode KVX_CALL CalibAddX_ROI(CalibHandle handle,
-                                               X_ROI *region);
+                                               X_ROI* region);
 
 /* Calibrated value of every pixel 1..count into values. Returns 0; 11019
  * count differs from the pixel count (nothing written); the first failure.
  */
 KVX_EXPORT NqeErrorCode KVX_CALL CalibCalibratedPixelArray(CalibHandle handle,
                                                            KvxLong count,
-                                                           double *values);
+                                                           double* values);
 
 /* Pixel of a calibrated value, clamped to 0.5 .. N + 0.5. Returns 0; 11002
  * no pixels or no active detector; a conversion code. */
 KVX_EXPORT NqeErrorCode KVX_CALL CalibCalibValueToPixel(CalibHandle handle,
                                                         double value,
-                                                        double *pixel);
+                                                        double* pixel);
 
 /* Pixel of a data point. Beyond the last region the input is returned.
  * Returns 0; 11010; 11011. */
 KVX_EXPORT NqeErrorCode KVX_CALL CalibDataPointToPixel(CalibHandle handle,
                                                        double dataPoint,
-                                                       double *pixel);
+                                                       double* pixel);
 
 /* Deletes every region of the active detector. Returns 0; 11000 none. */
 KVX_EXPORT NqeErrorCode KVX_CALL CalibDeleteScanPattern(CalibHandle handle);
@@ -679,27 +679,27 @@ KVX_EXPORT NqeErrorCode KVX_CALL CalibDeleteScanPattern(CalibHandle handle);
  * counter (0 after a pattern load). Returns 0; 11010; 11011; 11018; a
  * validation code of the active detector. */
 KVX_EXPORT NqeErrorCode KVX_CALL CalibDumpXScanPattern(CalibHandle handle,
-                                                       void *regions,
+                                                       void* regions,
                                                        KvxLong count);
 
 /* Replaces the regions by count X_ROI elements. On failure the old regions
  * are back. Returns 0; a validation code of the current detector; a region
  * add code. */
 KVX_EXPORT NqeErrorCode KVX_CALL CalibLoadXScanPattern(CalibHandle handle,
-                                                       void *regions,
+                                                       void* regions,
                                                        KvxLong count);
 
 /* Calibrated value of a pixel. Returns 0; 11000; 11033; 11036; 11015 (table
  * calibration, pixel outside the regions); 11024 / 11032. */
 KVX_EXPORT NqeErrorCode KVX_CALL CalibPixelToCalibValue(CalibHandle handle,
                                                         double pixel,
-                                                        double *value);
+                                                        double* value);
 
 /* Data point of a pixel. Returns 0; 11010; 11011; 11015 pixel outside every
  * region (the data points before it are written). */
 KVX_EXPORT NqeErrorCode KVX_CALL CalibPixelToDataPoint(CalibHandle handle,
                                                        double pixel,
-                                                       double *dataPoint);
+                                                       double* dataPoint);
 
 /* Removes the region with that ID. The regions ahead of it in the list
  * leave the pattern too, and an unknown ID empties the pattern (11014).
@@ -710,14 +710,14 @@ KVX_EXPORT NqeErrorCode KVX_CALL CalibRemoveX_ROI(CalibHandle handle,
 /* Copies the region with that ID out. Returns 0; 11010; 11011; 11014; 11009
  * size not 16. */
 KVX_EXPORT NqeErrorCode KVX_CALL CalibRetrieveX_ROI(CalibHandle handle,
-                                                    KvxLong id, X_ROI *region,
+                                                    KvxLong id, X_ROI* region,
                                                     KvxLong size);
 
 /* Checks an array of regions against a pixel count; keeps nothing.
  * Returns 0; 11000 null; 11008 count 0 / binning 0 / width not a multiple;
  * 11002 numPixels 0; 11009 regionBytes / count not 16; 11006; 11005. */
 KVX_EXPORT NqeErrorCode KVX_CALL CalibValidateXScanPattern(CalibHandle handle,
-                                                           X_ROI *regions,
+                                                           X_ROI* regions,
                                                            KvxLong regionBytes,
                                                            KvxLong count,
                                                            KvxLong numPixels);

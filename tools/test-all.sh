@@ -19,7 +19,8 @@ source "$KVX_ROOT/tools/packages.sh"
 JOBS=${KVX_JOBS:-2}
 
 kvx_ensure_packages cmake ninja-build g++ g++-multilib g++-mingw-w64-i686 \
-  binutils-mingw-w64-i686 googletest libbenchmark-dev clang llvm pkgconf ||
+  binutils-mingw-w64-i686 googletest libbenchmark-dev clang llvm pkgconf \
+  clang-format ||
   exit 2
 
 PASSED=0
@@ -88,6 +89,16 @@ run_ctest() {
 }
 
 START=$(date +%s)
+
+# Every C and C++ file follows .clang-format.
+mkdir -p build/logs
+if step "format" build/logs/format.log \
+  bash -c 'find include src tests tools bench -name "*.cpp" -o -name "*.h" \
+    -o -name "*.c" | xargs clang-format --dry-run -Werror'; then
+  pass
+else
+  fail "format: run clang-format -i on the files listed above"
+fi
 
 # Windows module first: the native tests check its export table too.
 if build_config build-mingw KelvoCalibrate -DCMAKE_BUILD_TYPE=Release \

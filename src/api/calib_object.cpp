@@ -147,8 +147,8 @@ NqeErrorCode CalibObject::CalibratedPixelArray(int32_t count, double* values) {
 
 NqeErrorCode CalibObject::InitializeCalibration(void* record, int32_t size) {
   return calibrations_->InitializeCalibration(
-      record, size == 0 ? static_cast<int32_t>(sizeof(CalibrationRecord))
-                        : size);
+      record,
+      size == 0 ? static_cast<int32_t>(sizeof(CalibrationRecord)) : size);
 }
 
 NqeErrorCode CalibObject::ValidateCalibration(void* record, int32_t size) {

@@ -25,7 +25,8 @@ NqeErrorCode HandleTable::Create(int32_t mode, CalibHandle* handle) {
   // so two threads creating at once never receive the same slot.
   uint32_t index = 0;
   for (;; ++index) {
-    if (index >= static_cast<uint32_t>(kMaxCalibObjects)) return NqeNoFreeHandle;
+    if (index >= static_cast<uint32_t>(kMaxCalibObjects))
+      return NqeNoFreeHandle;
     bool expected = false;
     if (slots_[index].inUse.compare_exchange_strong(expected, true)) break;
   }
@@ -41,7 +42,8 @@ NqeErrorCode HandleTable::Create(int32_t mode, CalibHandle* handle) {
   // validated, so it can never be destroyed.
   if (object == nullptr) return NqeCalibrationAllocFailed;
   slot.object.store(object);
-  if (mode < CalibModeManual || mode > CalibModeAutomatic) return NqeInvalidMode;
+  if (mode < CalibModeManual || mode > CalibModeAutomatic)
+    return NqeInvalidMode;
 
   bool ready = false;
   try {

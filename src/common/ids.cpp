@@ -23,7 +23,8 @@ std::atomic<uint32_t> g_counter{0};
 
 uint32_t NextObjectId() {
   for (;;) {
-    const uint32_t id = Mix(g_counter.fetch_add(1, std::memory_order_relaxed) + 1U);
+    const uint32_t id =
+        Mix(g_counter.fetch_add(1, std::memory_order_relaxed) + 1U);
     if (id != 0U) return id;
   }
 }

@@ -38,7 +38,9 @@ class SpectrographModel {
   }
 
   Spectrograph* ActiveSpectrograph() { return active_; }
-  const std::list<Spectrograph>& Spectrographs() const { return spectrographs_; }
+  const std::list<Spectrograph>& Spectrographs() const {
+    return spectrographs_;
+  }
   void RemoveAllSpectrographs();
 
  private:

@@ -42,7 +42,8 @@ TEST(HandleTable, OnlyTheLowByteOfAHandleSelectsTheSlot) {
   for (CalibHandle& handle : h) ASSERT_EQ(CalibCreate(0, &handle), 0u);
   KvxULong id = 0;
   ASSERT_EQ(CalibGetActiveDetectorID(kTag + 3, &id), 0u);
-  for (KvxULong alias : {KvxULong{3}, KvxULong{0xFF000003}, KvxULong{0x7F000003}}) {
+  for (KvxULong alias :
+       {KvxULong{3}, KvxULong{0xFF000003}, KvxULong{0x7F000003}}) {
     KvxULong other = 0;
     EXPECT_EQ(CalibGetActiveDetectorID(alias, &other), 0u) << alias;
     EXPECT_EQ(other, id) << alias;
