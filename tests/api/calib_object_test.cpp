@@ -4,22 +4,11 @@
 #include <cstring>
 
 #include "KelvoCalibrate.h"
+#include "support/test_handle.h"
 
 namespace {
 
-class Handle {
- public:
-  explicit Handle(KvxLong mode = CalibModeManual) {
-    EXPECT_EQ(CalibCreate(mode, &h_), 0u);
-  }
-  ~Handle() { EXPECT_EQ(CalibDestroy(h_), 0u); }
-  Handle(const Handle&) = delete;
-  Handle& operator=(const Handle&) = delete;
-  operator CalibHandle() const { return h_; }
-
- private:
-  CalibHandle h_ = 0;
-};
+using kvx_test::Handle;
 
 DetectorRecord Detector(const char* name, KvxLong pixels, double pixelSize) {
   DetectorRecord r{};

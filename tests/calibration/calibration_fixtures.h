@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "KelvoCalibrate.h"
+#include "support/test_handle.h"
 
 namespace calibration_fixtures {
 
@@ -17,19 +18,7 @@ constexpr double kSentinel = -12345.0;
 
 constexpr KvxULong Code(NqeErrorCode e) { return static_cast<KvxULong>(e); }
 
-class Handle {
- public:
-  explicit Handle(KvxLong mode = CalibModeManual) {
-    EXPECT_EQ(CalibCreate(mode, &h_), 0u);
-  }
-  ~Handle() { EXPECT_EQ(CalibDestroy(h_), 0u); }
-  Handle(const Handle&) = delete;
-  Handle& operator=(const Handle&) = delete;
-  operator CalibHandle() const { return h_; }
-
- private:
-  CalibHandle h_ = 0;
-};
+using kvx_test::Handle;
 
 inline void LoadDetector(CalibHandle h, KvxLong pixels,
                          X_ROI* regions = nullptr, KvxLong regionCount = 0) {

@@ -8,18 +8,12 @@
 #include <vector>
 
 #include "KelvoCalibrate.h"
+#include "support/test_handle.h"
 
 namespace kvx_detector_test {
 
 // A calibration object for the length of a test.
-struct Handle {
-  explicit Handle(KvxLong mode = CalibModeManual) {
-    EXPECT_EQ(CalibCreate(mode, &h), 0u);
-  }
-  ~Handle() { CalibDestroy(h); }
-  operator CalibHandle() const { return h; }
-  CalibHandle h = 0;
-};
+using kvx_test::Handle;
 
 // A record pointing at the caller's regions (16 bytes each), if any.
 inline DetectorRecord Detector(KvxLong numPixels,
