@@ -128,15 +128,9 @@ NqeErrorCode CalibrationStore::LoadCalibration(void* record, int32_t size) {
   // Only reachable once the only calibration was removed and then selected
   // again: there is no record to load into.
   if (activeRecord_ == nullptr) return NqeNullPointer;
-  // Everything that can fail happens before the active record changes.
-  std::unique_ptr<double[]> table = DuplicateTable(*source);
-  ReserveTableSlot();
-  CalibrationRecord copy;
-  std::memcpy(&copy, source, sizeof copy);
-  KeepTable(std::move(table), &copy);
   // The old record's table stays in the pool: a pointer dumped earlier may
   // still be in the host's hands.
-  *activeRecord_ = copy;
+  ReplaceActiveRecord(*source);
   return NqeSuccess;
 }
 
@@ -185,6 +179,7 @@ NqeErrorCode CalibrationStore::AddCalibration(void* record, int32_t size,
 
 void CalibrationStore::ReplaceActiveRecord(const CalibrationRecord& source) {
   if (activeRecord_ == nullptr) return;
+  // Everything that can fail happens before the active record changes.
   std::unique_ptr<double[]> table = DuplicateTable(source);
   ReserveTableSlot();
   CalibrationRecord copy = source;

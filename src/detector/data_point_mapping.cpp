@@ -23,8 +23,9 @@ bool DetectorStore::PatternActive() const {
 }
 
 NqeErrorCode DetectorStore::CountDataPoints(int32_t* count) {
-  if (active_ == nullptr) return NqeNoActiveDetector;
-  if (!active_->loaded) return NqeDetectorNotLoaded;
+  if (const NqeErrorCode code = CheckActiveLoaded(); code != NqeSuccess) {
+    return code;
+  }
   int64_t total = active_->numPixels;
   if (PatternActive()) {
     total = 0;
@@ -42,16 +43,18 @@ NqeErrorCode DetectorStore::CountDataPoints(int32_t* count) {
 }
 
 NqeErrorCode DetectorStore::GetFirstPixel(int32_t* pixel) const {
-  if (active_ == nullptr) return NqeNoActiveDetector;
-  if (!active_->loaded) return NqeDetectorNotLoaded;
+  if (const NqeErrorCode code = CheckActiveLoaded(); code != NqeSuccess) {
+    return code;
+  }
   if (pixel == nullptr) return NqeNullPointer;
   *pixel = PatternActive() ? active_->regions.front().startPixel : 1;
   return NqeSuccess;
 }
 
 NqeErrorCode DetectorStore::GetLastPixel(int32_t* pixel) const {
-  if (active_ == nullptr) return NqeNoActiveDetector;
-  if (!active_->loaded) return NqeDetectorNotLoaded;
+  if (const NqeErrorCode code = CheckActiveLoaded(); code != NqeSuccess) {
+    return code;
+  }
   if (pixel == nullptr) return NqeNullPointer;
   int64_t last = active_->numPixels;
   if (PatternActive()) {
@@ -90,8 +93,9 @@ NqeErrorCode DetectorStore::GetCenterOffset(double* offset) {
 
 NqeErrorCode DetectorStore::DataPointToPixel(double dataPoint,
                                              double* pixel) const {
-  if (active_ == nullptr) return NqeNoActiveDetector;
-  if (!active_->loaded) return NqeDetectorNotLoaded;
+  if (const NqeErrorCode code = CheckActiveLoaded(); code != NqeSuccess) {
+    return code;
+  }
   if (pixel == nullptr) return NqeNullPointer;
   if (!PatternActive()) {
     *pixel = dataPoint;
@@ -113,8 +117,9 @@ NqeErrorCode DetectorStore::DataPointToPixel(double dataPoint,
 
 NqeErrorCode DetectorStore::PixelToDataPoint(double pixel,
                                              double* dataPoint) const {
-  if (active_ == nullptr) return NqeNoActiveDetector;
-  if (!active_->loaded) return NqeDetectorNotLoaded;
+  if (const NqeErrorCode code = CheckActiveLoaded(); code != NqeSuccess) {
+    return code;
+  }
   if (dataPoint == nullptr) return NqeNullPointer;
   if (!PatternActive()) {
     *dataPoint = pixel;

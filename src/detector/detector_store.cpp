@@ -78,6 +78,12 @@ DetectorEntry& DetectorStore::AppendBlankEntry() {
   return entry;
 }
 
+NqeErrorCode DetectorStore::CheckActiveLoaded() const {
+  if (active_ == nullptr) return NqeNoActiveDetector;
+  if (!active_->loaded) return NqeDetectorNotLoaded;
+  return NqeSuccess;
+}
+
 // --- records -----------------------------------------------------------------
 
 NqeErrorCode DetectorStore::InitializeDetector(void* record, int32_t size) {
@@ -142,8 +148,9 @@ NqeErrorCode DetectorStore::LoadIntoActive(const void* record, int32_t size) {
 }
 
 NqeErrorCode DetectorStore::DumpDetector(void* record, int32_t size) {
-  if (active_ == nullptr) return NqeNoActiveDetector;
-  if (!active_->loaded) return NqeDetectorNotLoaded;
+  if (const NqeErrorCode code = CheckActiveLoaded(); code != NqeSuccess) {
+    return code;
+  }
   if (size != kRecordBytes) return NqeBadDetectorSize;
   // Not checked by the interface's contract; refused rather than faulting.
   if (record == nullptr) return NqeNullPointer;

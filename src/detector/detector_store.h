@@ -117,6 +117,8 @@ class DetectorStore {
   int32_t dataPointCount = 0;
 
  private:
+  // 11010 without an active entry, 11011 while it is not loaded, else 0.
+  NqeErrorCode CheckActiveLoaded() const;
   DetectorEntry& AppendBlankEntry();
   NqeErrorCode LoadIntoActive(const void* record, int32_t size);
   // Adds `count` elements of `elementSize` bytes (16 or 32, else 11009) to

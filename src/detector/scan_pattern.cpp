@@ -153,8 +153,9 @@ NqeErrorCode DetectorStore::RemoveRegion(int32_t id) {
 
 NqeErrorCode DetectorStore::RetrieveRegion(int32_t id, X_ROI* region,
                                            int32_t size) const {
-  if (active_ == nullptr) return NqeNoActiveDetector;
-  if (!active_->loaded) return NqeDetectorNotLoaded;
+  if (const NqeErrorCode code = CheckActiveLoaded(); code != NqeSuccess) {
+    return code;
+  }
   const auto& regions = active_->regions;
   auto found = std::find_if(regions.begin(), regions.end(),
                             [id](const RegionEntry& r) { return r.id == id; });
@@ -167,8 +168,9 @@ NqeErrorCode DetectorStore::RetrieveRegion(int32_t id, X_ROI* region,
 }
 
 NqeErrorCode DetectorStore::NumberOfRegions(int32_t* count) const {
-  if (active_ == nullptr) return NqeNoActiveDetector;
-  if (!active_->loaded) return NqeDetectorNotLoaded;
+  if (const NqeErrorCode code = CheckActiveLoaded(); code != NqeSuccess) {
+    return code;
+  }
   if (count == nullptr) return NqeNullPointer;
   // The list's length, not regionCounter.
   *count = static_cast<int32_t>(active_->regions.size());
@@ -219,8 +221,9 @@ NqeErrorCode DetectorStore::LoadScanPattern(const void* regions, int32_t count,
 
 NqeErrorCode DetectorStore::DumpScanPattern(void* regions, int32_t count,
                                             int32_t elementSize) {
-  if (active_ == nullptr) return NqeNoActiveDetector;
-  if (!active_->loaded) return NqeDetectorNotLoaded;
+  if (const NqeErrorCode code = CheckActiveLoaded(); code != NqeSuccess) {
+    return code;
+  }
   if (count != active_->regionCounter) return NqeRegionCountMismatch;
   const NqeErrorCode valid = ValidateActiveDetector(true);
   if (valid != NqeSuccess) return valid;
