@@ -110,7 +110,12 @@ NqeErrorCode CalibObject::RemoveDetectorId(uint32_t id) {
 
 NqeErrorCode CalibObject::DataPointToCalibValue(double dataPoint,
                                                 double* value) {
-  // The grating model answers here once it is wired in.
+  // With a model: its data-point wavelength at the effective center, in
+  // nanometres whatever the display unit.
+  if (spectrograph_) {
+    if (value == nullptr) return NqeNullPointer;
+    return spectrograph_->EffectiveWavelengthAtDataPoint(dataPoint, value);
+  }
   return calibrations_->DataPointToCalibValue(dataPoint, value, false);
 }
 

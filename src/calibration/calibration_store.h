@@ -21,7 +21,7 @@
 namespace kvx {
 
 class DetectorStore;
-class SpectrographModel;
+class WavelengthSource;
 
 struct CalibrationNode {
   uint32_t id = 0;
@@ -42,9 +42,9 @@ class CalibrationStore {
   CalibrationStore& operator=(const CalibrationStore&) = delete;
 
   void SetDetectors(DetectorStore* detectors) { detectors_ = detectors; }
-  void SetModel(SpectrographModel* model) { model_ = model; }
+  void SetModel(const WavelengthSource* model) { model_ = model; }
   DetectorStore* Detectors() const { return detectors_; }
-  SpectrographModel* Model() const { return model_; }
+  const WavelengthSource* Model() const { return model_; }
 
   // --- records ---------------------------------------------------------------
   static void DefaultRecord(CalibrationRecord* record);
@@ -122,7 +122,7 @@ class CalibrationStore {
   CalibrationNode* activeNode_ = nullptr;
   CalibrationRecord* activeRecord_ = nullptr;
   DetectorStore* detectors_ = nullptr;
-  SpectrographModel* model_ = nullptr;
+  const WavelengthSource* model_ = nullptr;
   // A record released by a removal while the cached active record still
   // designates it; freed once the active record moves elsewhere. Only the
   // active record can be retired, so one slot suffices.

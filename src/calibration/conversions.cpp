@@ -6,6 +6,7 @@
 #include "calibration/calibration_store.h"
 #include "calibration/polynomial_fit.h"
 #include "calibration/units.h"
+#include "calibration/wavelength_source.h"
 #include "detector/detector_store.h"
 
 namespace kvx {
@@ -58,8 +59,9 @@ NqeErrorCode CalibrationStore::PixelToCalibValue(double pixel, double* value,
                                                  bool recordOnly) const {
   if (value == nullptr) return NqeNullPointer;
   *value = pixel;
+  // In automatic mode the grating model answers, in nanometres.
   if (!recordOnly && model_ != nullptr) {
-    // The grating model answers here once it is wired in.
+    return model_->EffectiveWavelengthAtPixel(pixel, value);
   }
   const CalibrationRecord* record = activeRecord_;
   if (record == nullptr) return NqeNullPointer;

@@ -1,6 +1,7 @@
 #include "spectrograph/spectrograph_model.h"
 
 #include "common/ids.h"
+#include "spectrograph/spec_opt.h"
 
 namespace kvx {
 
@@ -8,7 +9,21 @@ SpectrographModel::SpectrographModel() {
   Spectrograph& spectrograph = spectrographs_.emplace_back();
   spectrograph.position = 1;
   spectrograph.id = NextObjectId();
+  numSpectrographs_ = 1;
+  defaultSpectrographId_ = spectrograph.id;
+  Turret& turret = spectrograph.turrets.emplace_back();
+  turret.position = 1;
+  turret.id = NextObjectId();
+  turret.numGratings = 1;
+  turret.defaultCount = 1;
+  Grating& grating = turret.gratings.emplace_back();
+  grating.position = 1;
+  grating.id = NextObjectId();
+  spectrograph.numTurrets = 1;
+  spectrograph.numGratings = 1;
   active_ = &spectrograph;
+  activeTurret_ = &turret;
+  activeGrating_ = &grating;
 }
 
 SpectrographModel::~SpectrographModel() = default;
@@ -16,6 +31,22 @@ SpectrographModel::~SpectrographModel() = default;
 void SpectrographModel::RemoveAllSpectrographs() {
   spectrographs_.clear();
   active_ = nullptr;
+  activeTurret_ = nullptr;
+  activeGrating_ = nullptr;
+}
+
+// Placeholders until the grating equation is in: the model answers with the
+// effective center itself.
+NqeErrorCode SpectrographModel::EffectiveWavelengthAtPixel(
+    double /*pixel*/, double* wavelength) const {
+  *wavelength = center.effectiveCenter;
+  return NqeSuccess;
+}
+
+NqeErrorCode SpectrographModel::EffectiveWavelengthAtDataPoint(
+    double /*dataPoint*/, double* wavelength) const {
+  *wavelength = center.effectiveCenter;
+  return NqeSuccess;
 }
 
 }  // namespace kvx
