@@ -35,6 +35,18 @@ NqeErrorCode WithObject(CalibHandle handle, NqeErrorCode allocFailure,
   return Guarded(allocFailure, [&] { return op(*object); });
 }
 
+// The same for the operations of automatic mode: a manual object (no
+// spectrograph model) answers 11054 before anything else.
+template <class Op>
+NqeErrorCode WithModel(CalibHandle handle, NqeErrorCode allocFailure,
+                       Op&& op) noexcept {
+  return WithObject(handle, allocFailure, [&](CalibObject& object) {
+    SpectrographModel* model = object.Model();
+    if (model == nullptr) return NqeNoSpectrographModel;
+    return op(*model, object);
+  });
+}
+
 // Plain exports return the code as a 32-bit unsigned integer.
 inline KvxULong Plain(NqeErrorCode code) { return static_cast<KvxULong>(code); }
 

@@ -1,6 +1,7 @@
 #include "spectrograph/spectrograph_model.h"
 
 #include "common/ids.h"
+#include "spectrograph/grating_equation.h"
 #include "spectrograph/spec_opt.h"
 
 namespace kvx {
@@ -35,18 +36,15 @@ void SpectrographModel::RemoveAllSpectrographs() {
   activeGrating_ = nullptr;
 }
 
-// Placeholders until the grating equation is in: the model answers with the
-// effective center itself.
 NqeErrorCode SpectrographModel::EffectiveWavelengthAtPixel(
-    double /*pixel*/, double* wavelength) const {
-  *wavelength = center.effectiveCenter;
-  return NqeSuccess;
+    double pixel, double* wavelength) const {
+  return PixelWavelength(*this, center.effectiveCenter, pixel, wavelength);
 }
 
 NqeErrorCode SpectrographModel::EffectiveWavelengthAtDataPoint(
-    double /*dataPoint*/, double* wavelength) const {
-  *wavelength = center.effectiveCenter;
-  return NqeSuccess;
+    double dataPoint, double* wavelength) const {
+  return DataPointWavelength(*this, center.effectiveCenter, dataPoint,
+                             wavelength);
 }
 
 }  // namespace kvx

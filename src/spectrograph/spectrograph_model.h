@@ -148,9 +148,33 @@ class SpectrographModel : public WavelengthSource {
   CalibrationStore* Calibrations() const { return calibrations_; }
 
   Spectrograph* ActiveSpectrograph() { return active_; }
+  Turret* ActiveTurret() { return activeTurret_; }
+  Grating* ActiveGrating() { return activeGrating_; }
   const std::list<Spectrograph>& Spectrographs() const {
     return spectrographs_;
   }
+  int32_t NumSpectrographs() const { return numSpectrographs_; }
+
+  // --- hardware lists (spectrograph_hardware.cpp) --------------------------
+  NqeErrorCode LoadSpectrograph(const void* record, int32_t size);
+  NqeErrorCode AddSpectrograph(const void* record, int32_t size,
+                               uint32_t* newId);
+  NqeErrorCode RemoveSpectrographId(uint32_t id);
+  NqeErrorCode GetActiveSpectrographId(uint32_t* id) const;
+  NqeErrorCode SetActiveSpectrographId(uint32_t id);
+  NqeErrorCode SelectSpectrographByIndex(int32_t index);
+  NqeErrorCode LoadTurrets(const void* records, int32_t size, int32_t count);
+  NqeErrorCode LoadGratings(const void* records, int32_t size, int32_t count);
+  NqeErrorCode SelectTurret(int32_t number);
+  NqeErrorCode SelectGrating(int32_t number);
+  NqeErrorCode SetGratingByIndexNum(int32_t turret, int32_t grating);
+  NqeErrorCode AddExitMirror();
+  NqeErrorCode SetExitMirrorPosition(int32_t position);
+  // Copies the active grating's optics into the working optics.
+  void InstallGrating();
+  // Reads pixel width, pixel count, detector center and region center
+  // offset from the detector store; stops at the first failure.
+  NqeErrorCode RefreshDetectorGeometry();
   // Frees every spectrograph; the list and the active selection become
   // empty, the spectrograph count stays as it was (object copy).
   void RemoveAllSpectrographs();
