@@ -8,8 +8,9 @@
 #include <vector>
 
 #include "KelvoCalibrate.h"
+#include "demo_sections.h"
 
-namespace {
+namespace demo {
 
 bool Check(KvxULong code, const char* what) {
   if (code == NqeSuccess) return true;
@@ -18,7 +19,7 @@ bool Check(KvxULong code, const char* what) {
   return false;
 }
 
-int Run(const std::string& pointFile) {
+int ManualCalibration(const std::string& pointFile) {
   CalibHandle handle = 0;
   if (!Check(CalibCreate(CalibModeManual, &handle), "CalibCreate")) return 1;
   std::printf("Calibration handle 0x%08lX\n",
@@ -127,10 +128,11 @@ int Run(const std::string& pointFile) {
   return 0;
 }
 
-}  // namespace
+}  // namespace demo
 
 int main(int argc, char** argv) {
   const std::string file =
       argc > 1 ? argv[1] : std::string(KVX_EXAMPLES_DIR) + "/neon-1024.cal";
-  return Run(file);
+  int failures = demo::ManualCalibration(file);
+  return failures == 0 ? 0 : 1;
 }
