@@ -101,7 +101,7 @@ extern "C" {
  * and 11080 are never returned. */
 /* clang-format off */
 enum NqeErrorCode {
-  NqeSuccess = 0,
+  NqeSuccess = 0,                    /* the call succeeded */
   NqeNotSupported = 5002,            /* the version query reports no version */
   NqeNoFreeHandle = 5010,            /* all 255 handle slots are taken */
   NqeNullPointer = 11000,            /* null record/array/region, or nothing to work on */
