@@ -17,8 +17,7 @@ int example_frame(void) {
   if (CalibVerOfDLL(0, &a, &b, &c, &d) != NqeNotSupported) /* no version */
     return 1;
 
-  if (CalibCreate(CalibModeManual, &manual) != NqeSuccess)
-    return 1;
+  if (CalibCreate(CalibModeManual, &manual) != NqeSuccess) return 1;
   if (CalibCreate(CalibModeAutomatic, &automatic) != NqeSuccess) {
     CalibDestroy(manual);
     return 1;
