@@ -3,7 +3,8 @@ same things: every export, every code of NqeErrorCode and every CalibParam
 constant is documented in the header and mentioned in some docs/ page, and
 no page or header comment names an export, code or parameter that does not
 exist. A code or parameter written with its number carries the right one.
-Pages quote their example files verbatim ("see examples/<name>.c").
+Pages quote their example files verbatim ("see examples/<name>.c"), the
+index links every page and no link points nowhere.
 
   check_docs.py HEADER CATALOGUE DOCS_DIR [EXTRA_PAGE ...]
 Prints one line per difference and exits 1 when there is any."""
@@ -105,6 +106,8 @@ def main(header, catalogue, docs_dir, *extra):
     index = (docs / "README.md").read_text()
     errors += [f"{p.name}: not linked from docs/README.md" for p in pages
                if p.parent == docs and p.name != "README.md" and f"({p.name})" not in index]
+    errors += [f"{p}: links to {link}, which does not exist" for p, t in pages.items()
+               for link in re.findall(r"\]\(([\w-]+\.md)\)", t) if not (docs / link).exists()]
     for e in errors:
         print(e)
     print(f"{len(exports)} exports, {len(codes)} codes, {len(params)} parameters, "
