@@ -594,6 +594,113 @@ KVX_EXPORT KvxULong KVX_CALL CalibTestCalibrationFit(CalibHandle handle,
                                                      double* result);
 
 /* ------------------------------------------------------------------------ */
+/* Spectrograph hardware (automatic mode)                                   */
+/* ------------------------------------------------------------------------ */
+/* An automatic object's model keeps spectrographs, each with turrets, each
+ * turret with gratings; one of each is active. Every function of this
+ * family returns 11054 on a manual object before anything else. IDs of
+ * loaded spectrographs, turrets and gratings are the records' IDs. */
+
+/* Replaces the active spectrograph by the record: its turrets (and
+ * gratings) are freed, the active turret and grating become none, and the
+ * spectrographs after it in the list are dropped while the spectrograph
+ * count stays. Its position becomes 1 and its ID the record's. size 0
+ * means 184. Returns 0; 11041 size; 11000 null record; 11055 turrets 0;
+ * 11056 gratings 0; 11057 focal length 0.0; 11058 inclusion angle 0.0;
+ * 11059 scale factor 0.0 (nothing changed on any of these); 11048 no active
+ * spectrograph. */
+KVX_EXPORT KvxULong KVX_CALL CalibLoadSpectrograph(CalibHandle handle,
+                                                   const void* record,
+                                                   KvxLong size);
+
+/* Writes the active spectrograph's ID. Returns 0; 11051 none (*id
+ * untouched); 11000 null id. */
+KVX_EXPORT KvxULong KVX_CALL CalibGetActiveSpectrographID(CalibHandle handle,
+                                                          KvxULong* id);
+
+/* Makes the spectrograph with that ID active; the active turret and grating
+ * do not change. Returns 0; 11043 unknown ID or no spectrographs. */
+KVX_EXPORT KvxULong KVX_CALL CalibSetActiveSpectrographID(CalibHandle handle,
+                                                          KvxULong id);
+
+/* Appends a spectrograph loaded from the record (as CalibLoadSpectrograph)
+ * and writes its new ID to *newId. The ID written is a fresh one, while the
+ * spectrograph takes the record's ID: it is found by the written ID only
+ * when the record carried that value. Afterwards the active spectrograph is
+ * the one active before, with no active turret or grating; the new
+ * spectrograph has no turrets. Returns 0; 11041 size not 184 (0 refused;
+ * *newId 0); 11000 null newId (nothing added); 11042 out of memory (*newId
+ * 0); a load code (the new spectrograph stays with its default turret and
+ * grating, *newId written). */
+KVX_EXPORT KvxULong KVX_CALL CalibAddSpectrograph(CalibHandle handle,
+                                                  const void* record,
+                                                  KvxLong size,
+                                                  KvxULong* newId);
+
+/* Removes the spectrograph with that ID with its turrets and gratings; the
+ * active turret and grating become none; the first spectrograph becomes
+ * active if the removed one was. The last spectrograph is never removed,
+ * only emptied of its turrets. Returns 0, also for an unknown ID; 11043 no
+ * spectrographs. */
+KVX_EXPORT KvxULong KVX_CALL CalibRemoveSpectrographID(CalibHandle handle,
+                                                       KvxULong id);
+
+/* Replaces the active spectrograph's turrets by count TurretRecords (size
+ * in bytes = count x 140); the first becomes active. The new turrets have
+ * no gratings until CalibLoadGratings. Returns 0; 11044 size (nothing
+ * changed); 11048 no active spectrograph; 11000 null array; 11056 a turret
+ * with 0 gratings (the old turrets stay, the first becomes active, yet the
+ * turret count becomes count). */
+KVX_EXPORT KvxULong KVX_CALL CalibLoadTurrets(CalibHandle handle,
+                                              const void* turrets, KvxLong size,
+                                              KvxLong count);
+
+/* Makes turret turretNumber (1-based) of the active spectrograph active; the
+ * active grating becomes none. Returns 0; 11048 no active spectrograph;
+ * 11047 number out of range or not found; 11049 no turrets. */
+KVX_EXPORT KvxULong KVX_CALL CalibSelectTurret(CalibHandle handle,
+                                               KvxLong turretNumber);
+
+/* Replaces the active turret's gratings by count GratingRecords (size in
+ * bytes = count x 208); optics left at 0.0 take the active spectrograph's,
+ * a pixel width of 0.0 the active detector's pixel size. With an exit
+ * mirror each grating is followed by its side-exit copy at positions count
+ * + 1 to 2 x count. The first grating becomes active; nothing is installed.
+ * Returns 0; 11045 size; 11049 no active turret; 11062 count differs from
+ * the turret's number of gratings; 11000 null array; 11046 groove density
+ * -1.0 (the old gratings stay, the first becomes active). */
+KVX_EXPORT KvxULong KVX_CALL CalibLoadGratings(CalibHandle handle,
+                                               const void* gratings,
+                                               KvxLong size, KvxLong count);
+
+/* Makes grating gratingNumber (1-based) of the active turret active (its
+ * side-exit copy while the exit mirror is in position 1) and installs its
+ * optics; the detector's geometry and pixel size are read anew. Returns 0;
+ * 11048; 11049 no active turret; 11047 number out of range or not found;
+ * 11050 the turret has no gratings; a detector code (11000, 11002, 11003,
+ * 11005, 11006, 11007); 11000 no active calibration. */
+KVX_EXPORT KvxULong KVX_CALL CalibSelectGrating(CalibHandle handle,
+                                                KvxLong gratingNumber);
+
+/* Gives the active spectrograph a side exit: a new blank detector and a new
+ * default calibration (neither active) and side-exit copies of every
+ * turret's gratings. Returns 0; 11048; 11060 mirror already present; 11013
+ * / 11022 out of memory; 11062 a turret whose gratings differ from its
+ * declared number (the walk stops there; the mirror stays). */
+KVX_EXPORT KvxULong KVX_CALL CalibAddExitMirror(CalibHandle handle);
+
+/* Does nothing: an exit mirror, once added, stays. Returns 0. */
+KVX_EXPORT KvxULong KVX_CALL CalibRemoveExitMirror(CalibHandle handle);
+
+/* Switches the exit port: position 0 makes the main-exit detector and
+ * calibration active, any other value the side-exit ones (grating
+ * selection picks the side-exit copies only for position 1). Returns 0;
+ * 11048; 11061 no exit mirror; 11012 / 11023 the port's detector or
+ * calibration no longer exists. */
+KVX_EXPORT KvxULong KVX_CALL CalibSetExitMirrorPosition(CalibHandle handle,
+                                                        KvxLong position);
+
+/* ------------------------------------------------------------------------ */
 /* Dispersion target data and optimisation (automatic mode)                 */
 /* ------------------------------------------------------------------------ */
 /* Two known lines are each measured near the left and the right edge of the
@@ -788,6 +895,11 @@ KVX_EXPORT NqeErrorCode KVX_CALL CalibRetrieveX_ROI(CalibHandle handle,
                                                     KvxLong id, X_ROI* region,
                                                     KvxLong size);
 
+/* CalibSelectTurret(turretNumber), then CalibSelectGrating(gratingNumber);
+ * returns the first failure or 0. */
+KVX_EXPORT NqeErrorCode KVX_CALL CalibSetGratingByIndexNum(
+    CalibHandle handle, KvxLong turretNumber, KvxLong gratingNumber);
+
 /* Checks an array of regions against a pixel count; keeps nothing.
  * Returns 0; 11000 null; 11008 count 0 / binning 0 / width not a multiple;
  * 11002 numPixels 0; 11009 regionBytes / count not 16; 11006; 11005. */
@@ -854,6 +966,8 @@ KVX_AT(CalibPoint, wavelength, 8);
 KVX_STATIC_ASSERT(sizeof(SpectrographRecord) == 184, "SpectrographRecord");
 KVX_AT(SpectrographRecord, name, 12);
 KVX_AT(SpectrographRecord, focalLength, 152);
+KVX_AT(SpectrographRecord, inclusionAngle, 160);
+KVX_AT(SpectrographRecord, detectorAngle, 168);
 KVX_AT(SpectrographRecord, scaleFactor, 176);
 KVX_STATIC_ASSERT(sizeof(TurretRecord) == 140, "TurretRecord");
 KVX_AT(TurretRecord, turretId, 4);
@@ -861,6 +975,8 @@ KVX_AT(TurretRecord, numGratings, 136);
 KVX_STATIC_ASSERT(sizeof(GratingRecord) == 208, "GratingRecord");
 KVX_AT(GratingRecord, grooveDensity, 136);
 KVX_AT(GratingRecord, centerPixelOffset, 152);
+KVX_AT(GratingRecord, focalLength, 168);
+KVX_AT(GratingRecord, scaleFactor, 192);
 KVX_AT(GratingRecord, pixelWidth, 200);
 #if KVX_PTR64
 KVX_AT(DetectorRecord, regionCount, 168);

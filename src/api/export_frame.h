@@ -3,6 +3,7 @@
 // exception leaves an export.
 #pragma once
 
+#include <cstdint>
 #include <new>
 
 #include "KelvoCalibrate.h"
@@ -45,6 +46,21 @@ NqeErrorCode WithModel(CalibHandle handle, NqeErrorCode allocFailure,
     if (model == nullptr) return NqeNoSpectrographModel;
     return op(*model, object);
   });
+}
+
+// The interface's unsigned long is not uint32_t on every platform; an ID
+// passes through a local of the stores' type. A null pointer reaches the
+// operation as null and is refused there. By default the local is copied
+// out whatever the result (operations that report 0 on failure); with
+// `onSuccessOnly` the caller's value is left untouched on failure.
+template <class Op>
+NqeErrorCode WithId(KvxULong* id, Op&& op, bool onSuccessOnly = false) {
+  uint32_t local = 0;
+  const NqeErrorCode code = op(id != nullptr ? &local : nullptr);
+  if (id != nullptr && (code == NqeSuccess || !onSuccessOnly)) {
+    *id = static_cast<KvxULong>(local);
+  }
+  return code;
 }
 
 // Plain exports return the code as a 32-bit unsigned integer.
