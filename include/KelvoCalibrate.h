@@ -701,6 +701,81 @@ KVX_EXPORT KvxULong KVX_CALL CalibSetExitMirrorPosition(CalibHandle handle,
                                                         KvxLong position);
 
 /* ------------------------------------------------------------------------ */
+/* Dispersion target data and optimisation (automatic mode)                 */
+/* ------------------------------------------------------------------------ */
+/* Two known lines are each measured near the left and the right edge of the
+ * active pixel range (target slots 1 and 2: the first line, 3 and 4: the
+ * second). The host sets the spectrograph to each slot's target center
+ * (CalibGetTargetWaveLength), finds the line and stores its pixel with
+ * CalibSetRefCursorPosition; CalibOptimizeSpectrograph then searches focal
+ * length, detector angle and inclusion angle so that the grating model
+ * predicts the lines at the measured pixels. The objective of a parameter
+ * set is the mean of the four wavelength errors with the worst counted
+ * twice, in nm; its pixel error is the objective divided by the nm per
+ * pixel halfway between the two lines. Every function below returns 11054
+ * on a manual object. */
+
+/* Proposes the four measurements: slots 1 and 3 expect their line at
+ * (first + last active pixel) / 2 - 0.45 x active width, slots 2 and 4 at
+ * + 0.45 x width; each slot gets the center that puts its line there (up
+ * to 10 iterations, to 1e-05 nm) and the target center, the wavelength the
+ * active range's center then shows.
+ * Returns 0; 11065 / 11069 a line beyond the rotation limit (nothing
+ * changed); a detector code (11010, 11011, 11006) for the active range (the
+ * target wavelengths and the slots before it are then already written). */
+KVX_EXPORT KvxULong KVX_CALL CalibCalcDispersionTargetData(CalibHandle handle,
+                                                           double firstLine,
+                                                           double secondLine);
+
+/* Optimises against the target slots. Every call replaces the optimisation
+ * state; the search bounds are 0.75..1.25 x the working focal length (steps
+ * of 0.2 mm), the spectrograph's default detector angle +-10 degrees (steps
+ * of 0.05) and 0.9..1.1 x its default inclusion angle (steps of 0.05). The
+ * model's working optics do not change: install a set explicitly.
+ * Writes the best focal length, inclusion angle, detector angle, objective
+ * and pixel error; when any pointer is null nothing is written and 0 is
+ * returned (the results stay readable through CalibGetOptimDispParams).
+ * Returns 0; the codes of CalibValidateSpecOptStruct (nothing written);
+ * 11069 also for spectrograph default angles beyond +-360 degrees; 11048
+ * no active spectrograph; 11065 from the pixel error (pixelError -1.0). */
+KVX_EXPORT KvxULong KVX_CALL CalibOptimizeSpectrograph(
+    CalibHandle handle, double* focalLength, double* inclusionAngle,
+    double* detectorAngle, double* objective, double* pixelError);
+
+/* Writes the initial parameter set of the last optimisation with its
+ * objective and pixel error (-1.0 when not computable).
+ * Returns 0; 11071 no optimisation yet; 11000 a null pointer (nothing
+ * written); 11065 from the pixel error. */
+KVX_EXPORT KvxULong KVX_CALL CalibGetOrigDispParams(
+    CalibHandle handle, double* focalLength, double* inclusionAngle,
+    double* detectorAngle, double* objective, double* pixelError);
+
+/* Writes the focal length, inclusion angle and detector angle the scans
+ * ended on (not the best ones: after a full scan the initial focal length,
+ * the last search's best detector angle and an inclusion angle one step
+ * below the lower bound), with the best objective and the best set's pixel
+ * error. Hosts rely on this; CalibOptimizeSpectrograph and
+ * CalibInstallOptimDispParams give the best set.
+ * Returns as CalibGetOrigDispParams. */
+KVX_EXPORT KvxULong KVX_CALL CalibGetOptimDispParams(
+    CalibHandle handle, double* focalLength, double* inclusionAngle,
+    double* detectorAngle, double* objective, double* pixelError);
+
+/* Installs the initial set into the working optics and the active grating
+ * and writes its objective and pixel error. The effective center is not
+ * recomputed; the next center setting uses the installed optics.
+ * Returns 0; 11071 no optimisation yet; 11000 a null pointer (nothing
+ * installed); 11065 from the pixel error (the set is installed). */
+KVX_EXPORT KvxULong KVX_CALL CalibInstallOrigDispParams(CalibHandle handle,
+                                                        double* objective,
+                                                        double* pixelError);
+
+/* The same with the best set of the last optimisation. */
+KVX_EXPORT KvxULong KVX_CALL CalibInstallOptimDispParams(CalibHandle handle,
+                                                         double* objective,
+                                                         double* pixelError);
+
+/* ------------------------------------------------------------------------ */
 /* Calibration point files                                                  */
 /* ------------------------------------------------------------------------ */
 /* An initialisation-style text file: section "CCD_Info" with "Num_Segments",
@@ -1161,6 +1236,19 @@ KVX_EXPORT NqeErrorCode KVX_CALL CalibValidateXScanPattern(CalibHandle handle,
                                                            KvxLong regionBytes,
                                                            KvxLong count,
                                                            KvxLong numPixels);
+
+/* Checks the four target slots in order: a reference cursor below 1.0 or
+ * not below the number of pixels (also NaN) gives 11016; a target or target
+ * center beyond the rotation limit 11065 (11069 for an inclusion angle
+ * outside 0..180 degrees); a negative target or a target center below
+ * -3000 nm 11065. Returns 0 or the first failure; 11054 manual object. */
+KVX_EXPORT NqeErrorCode KVX_CALL CalibValidateTargetData(CalibHandle handle);
+
+/* CalibValidateTargetData, then the optimisation state of the last
+ * CalibOptimizeSpectrograph: 11071 none; 11070 working focal length not in
+ * (0, 10000]; 11069 working detector angle not in (-90, 90) or inclusion
+ * angle not in [0, 90). Returns 0 or the first failure. */
+KVX_EXPORT NqeErrorCode KVX_CALL CalibValidateSpecOptStruct(CalibHandle handle);
 #endif /* __cplusplus */
 
 /* ------------------------------------------------------------------------ */
