@@ -40,30 +40,28 @@ KVX_EXPORT KvxULong KVX_CALL CalibGetIntParam(CalibHandle handle, KvxLong id,
                                               KvxLong* value) {
   return kvx::Plain(kvx::WithObject(
       handle, NqeCalibrationAllocFailed, [&](kvx::CalibObject& o) {
-        return WithInt32(value, [&](int32_t* out) {
-          return kvx::GetIntParam(o, id, out);
-        });
+        return WithInt32(
+            value, [&](int32_t* out) { return kvx::GetIntParam(o, id, out); });
       }));
 }
 
-KVX_EXPORT KvxULong KVX_CALL CalibSetDoubleParam(CalibHandle handle,
-                                                 KvxLong id, double value) {
+KVX_EXPORT KvxULong KVX_CALL CalibSetDoubleParam(CalibHandle handle, KvxLong id,
+                                                 double value) {
   return kvx::Plain(kvx::WithObject(
       handle, NqeCalibrationAllocFailed,
       [&](kvx::CalibObject& o) { return kvx::SetDoubleParam(o, id, value); }));
 }
 
-KVX_EXPORT KvxULong KVX_CALL CalibGetDoubleParam(CalibHandle handle,
-                                                 KvxLong id, double* value) {
+KVX_EXPORT KvxULong KVX_CALL CalibGetDoubleParam(CalibHandle handle, KvxLong id,
+                                                 double* value) {
   return kvx::Plain(kvx::WithObject(
       handle, NqeCalibrationAllocFailed,
       [&](kvx::CalibObject& o) { return kvx::GetDoubleParam(o, id, value); }));
 }
 
 // Also exported as CalibGetDoubleArray: one entry point under two names.
-KVX_EXPORT KvxULong KVX_CALL CalibSetDoubleArray(CalibHandle handle,
-                                                 KvxLong id, double* array,
-                                                 KvxLong count) {
+KVX_EXPORT KvxULong KVX_CALL CalibSetDoubleArray(CalibHandle handle, KvxLong id,
+                                                 double* array, KvxLong count) {
   return kvx::Plain(kvx::WithObject(
       handle, NqeCalibrationAllocFailed, [&](kvx::CalibObject& o) {
         return kvx::SetDoubleArrayParam(o, id, array, count);
@@ -72,9 +70,8 @@ KVX_EXPORT KvxULong KVX_CALL CalibSetDoubleArray(CalibHandle handle,
 
 #if !defined(_WIN32)
 // Windows exports the second name from the module-definition file.
-KVX_EXPORT KvxULong KVX_CALL CalibGetDoubleArray(CalibHandle handle,
-                                                 KvxLong id, double* array,
-                                                 KvxLong count)
+KVX_EXPORT KvxULong KVX_CALL CalibGetDoubleArray(CalibHandle handle, KvxLong id,
+                                                 double* array, KvxLong count)
     __attribute__((alias("CalibSetDoubleArray")));
 #endif
 

@@ -124,7 +124,8 @@ inline constexpr DoubleSetter SetDouble = &WriteMember<Member, Rule, double>;
 template <auto Array, auto Cursor, int32_t kLast, NqeErrorCode kCode>
 NqeErrorCode ReadAtCursor(CalibObject& object, double* out) {
   CalibrationRecord* record = nullptr;
-  if (const NqeErrorCode code = FindOwner(object, &record); code != NqeSuccess) {
+  if (const NqeErrorCode code = FindOwner(object, &record);
+      code != NqeSuccess) {
     return code;
   }
   const int32_t index = object.Calibrations().*Cursor;
@@ -136,7 +137,8 @@ NqeErrorCode ReadAtCursor(CalibObject& object, double* out) {
 template <auto Array, auto Cursor, int32_t kLast, NqeErrorCode kCode>
 NqeErrorCode WriteAtCursor(CalibObject& object, double value) {
   CalibrationRecord* record = nullptr;
-  if (const NqeErrorCode code = FindOwner(object, &record); code != NqeSuccess) {
+  if (const NqeErrorCode code = FindOwner(object, &record);
+      code != NqeSuccess) {
     return code;
   }
   const int32_t index = object.Calibrations().*Cursor;

@@ -2,6 +2,7 @@
 
 #include "api/calib_object.h"
 #include "calibration/units.h"
+#include "optimise/disp_params.h"
 #include "spectrograph/spec_opt.h"
 #include "spectrograph/spectrograph_model.h"
 #include "spectrograph/target_slots.h"

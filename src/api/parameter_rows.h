@@ -19,14 +19,14 @@ NqeErrorCode ReadNothing(CalibObject&, int32_t*);
 // ID 12 (write).
 NqeErrorCode RefuseReadOnly(CalibObject&, int32_t);
 
-NqeErrorCode ReadAutomatic(CalibObject& object, int32_t* value);   // 1
-NqeErrorCode ObjectName(CalibObject& object, char** field);        // 2
-NqeErrorCode WriteScanState(CalibObject& object, int32_t value);   // 13
-NqeErrorCode ReadScanState(CalibObject& object, int32_t* value);   // 13
-NqeErrorCode WritePixelSize(CalibObject& object, double value);    // 14
-NqeErrorCode WriteNumPixels(CalibObject& object, int32_t value);   // 16
-NqeErrorCode ReadPointCursor(CalibObject& object, int32_t* value); // 18
-NqeErrorCode WriteDisplayUnit(CalibObject& object, int32_t unit);  // 24, 67
+NqeErrorCode ReadAutomatic(CalibObject& object, int32_t* value);    // 1
+NqeErrorCode ObjectName(CalibObject& object, char** field);         // 2
+NqeErrorCode WriteScanState(CalibObject& object, int32_t value);    // 13
+NqeErrorCode ReadScanState(CalibObject& object, int32_t* value);    // 13
+NqeErrorCode WritePixelSize(CalibObject& object, double value);     // 14
+NqeErrorCode WriteNumPixels(CalibObject& object, int32_t value);    // 16
+NqeErrorCode ReadPointCursor(CalibObject& object, int32_t* value);  // 18
+NqeErrorCode WriteDisplayUnit(CalibObject& object, int32_t unit);   // 24, 67
 NqeErrorCode SelectSpectrographRow(CalibObject& object, int32_t index);  // 35
 NqeErrorCode SpectrographName(CalibObject& object, char** field);        // 36
 NqeErrorCode SelectTurretRow(CalibObject& object, int32_t number);       // 38

@@ -32,11 +32,11 @@ constexpr ParameterDesc I(int32_t id, const char* name, uint8_t access,
 }
 constexpr ParameterDesc D(int32_t id, const char* name, uint8_t access,
                           bool model, DoubleSetter set, DoubleGetter get) {
-  return {id,  name,    ParamType::kDouble, access, model,
-          nullptr, nullptr, set,             get};
+  return {id,  name, ParamType::kDouble, access, model, nullptr, nullptr,
+          set, get};
 }
 constexpr ParameterDesc S(int32_t id, const char* name, TextField field) {
-  return {id,      name,    ParamType::kText, kWR,    kPlain,
+  return {id,      name,    ParamType::kText, kWR,     kPlain,
           nullptr, nullptr, nullptr,          nullptr, field};
 }
 

@@ -98,14 +98,14 @@ NqeErrorCode SetStrParam(CalibObject& object, int32_t id, const char* text,
   const ParameterDesc* row = FindParameter(id);
   if (row == nullptr || row->text == nullptr) return NqeUnknownParameter;
   char* field = nullptr;
-  if (const NqeErrorCode code = row->text(object, &field);
-      code != NqeSuccess) {
+  if (const NqeErrorCode code = row->text(object, &field); code != NqeSuccess) {
     return code;
   }
   if (text == nullptr) return NqeNullPointer;
   // A negative length copies nothing (the field is still cleared). The text
   // is not read beyond what can be copied.
-  const int32_t limit = length < 0 ? 0 : (length < kMaxText ? length : kMaxText);
+  const int32_t limit =
+      length < 0 ? 0 : (length < kMaxText ? length : kMaxText);
   const int32_t n = BoundedLength(text, limit);
   std::memset(field, 0, kTextFieldSize);
   std::memcpy(field, text, static_cast<size_t>(n));
@@ -117,8 +117,7 @@ NqeErrorCode GetStrParam(CalibObject& object, int32_t id, char* buffer,
   const ParameterDesc* row = FindParameter(id);
   if (row == nullptr || row->text == nullptr) return NqeUnknownParameter;
   char* field = nullptr;
-  if (const NqeErrorCode code = row->text(object, &field);
-      code != NqeSuccess) {
+  if (const NqeErrorCode code = row->text(object, &field); code != NqeSuccess) {
     return code;
   }
   // A field filled from a record may lack a terminator: never look past it.
