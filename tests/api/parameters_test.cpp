@@ -6,7 +6,6 @@
 #include <cstring>
 #include <set>
 #include <string>
-#include <vector>
 
 #include "KelvoCalibrate.h"
 #include "support/test_handle.h"
@@ -76,10 +75,22 @@ KvxULong Expected(const Ids& accepted, KvxLong id, KvxULong code) {
   return accepted.count(id) != 0 ? code : Code(NqeUnknownParameter);
 }
 
-enum class Family { kIntW, kIntR, kDoubleW, kDoubleR, kTextW, kTextR };
+// One call of a family: integers write 4, doubles 5.0, texts "abc".
+using Call = KvxULong (*)(CalibHandle, KvxLong id, KvxLong*, double*, char*);
+#define FAMILY_CALL(expr)                                         \
+  [](CalibHandle h, KvxLong id, KvxLong* i, double* d, char* t) { \
+    (void)i, (void)d, (void)t;                                    \
+    return expr;                                                  \
+  }
+const Call kSetInt = FAMILY_CALL(CalibSetIntParam(h, id, 4));
+const Call kGetInt = FAMILY_CALL(CalibGetIntParam(h, id, i));
+const Call kSetDouble = FAMILY_CALL(CalibSetDoubleParam(h, id, 5.0));
+const Call kGetDouble = FAMILY_CALL(CalibGetDoubleParam(h, id, d));
+const Call kSetText = FAMILY_CALL(CalibSetStrParam(h, id, "abc", 3));
+const Call kGetText = FAMILY_CALL(CalibGetStrParam(h, id, t, 128));
 
 // Calls one family on a fresh object for every ID from -1 to 200.
-void Sweep(KvxLong mode, Family family,
+void Sweep(KvxLong mode, Call call,
            KvxULong (*expected)(KvxLong mode, KvxLong id)) {
   for (KvxLong id = -1; id <= 200; ++id) {
     Handle h(mode);
@@ -88,27 +99,7 @@ void Sweep(KvxLong mode, Family family,
     KvxLong i = -77;
     double d = -77.0;
     char text[128] = "unchanged";
-    KvxULong code = 0;
-    switch (family) {
-      case Family::kIntW:
-        code = CalibSetIntParam(h, id, 4);
-        break;
-      case Family::kIntR:
-        code = CalibGetIntParam(h, id, &i);
-        break;
-      case Family::kDoubleW:
-        code = CalibSetDoubleParam(h, id, 5.0);
-        break;
-      case Family::kDoubleR:
-        code = CalibGetDoubleParam(h, id, &d);
-        break;
-      case Family::kTextW:
-        code = CalibSetStrParam(h, id, "abc", 3);
-        break;
-      case Family::kTextR:
-        code = CalibGetStrParam(h, id, text, 128);
-        break;
-    }
+    const KvxULong code = call(h, id, &i, &d, text);
     EXPECT_EQ(code, expected(mode, id)) << "ID " << id;
     if (code != 0) {
       EXPECT_EQ(Snapshot(h), before) << id;
@@ -122,7 +113,7 @@ void Sweep(KvxLong mode, Family family,
 bool Manual(KvxLong mode) { return mode == CalibModeManual; }
 
 TEST(ParameterSweep, IntegerWritesOnAManualObject) {
-  Sweep(CalibModeManual, Family::kIntW, [](KvxLong, KvxLong id) {
+  Sweep(CalibModeManual, kSetInt, [](KvxLong, KvxLong id) {
     if (kModelInt.count(id) && kIntWrite.count(id)) {
       return Code(NqeNoSpectrographModel);
     }
@@ -132,7 +123,7 @@ TEST(ParameterSweep, IntegerWritesOnAManualObject) {
 
 TEST(ParameterSweep, IntegerWritesOnAnAutomaticObject) {
   // 35 selects spectrograph 4 of 1; the other accepted rows store 4.
-  Sweep(CalibModeAutomatic, Family::kIntW, [](KvxLong, KvxLong id) {
+  Sweep(CalibModeAutomatic, kSetInt, [](KvxLong, KvxLong id) {
     if (id == 35) return Code(NqeBadNumber);
     return Expected(kIntWrite, id, id == 12 ? Code(NqeReadOnlyParameter) : 0);
   });
@@ -140,7 +131,7 @@ TEST(ParameterSweep, IntegerWritesOnAnAutomaticObject) {
 
 TEST(ParameterSweep, IntegerReads) {
   for (KvxLong mode : {CalibModeManual, CalibModeAutomatic}) {
-    Sweep(mode, Family::kIntR, [](KvxLong m, KvxLong id) {
+    Sweep(mode, kGetInt, [](KvxLong m, KvxLong id) {
       if (id == 18) return Code(NqeBadPointCursor);  // no cursor set yet
       if (Manual(m) && kModelInt.count(id) && kIntRead.count(id)) {
         return Code(NqeNoSpectrographModel);
@@ -162,10 +153,10 @@ KvxULong FreshDouble(KvxLong m, KvxLong id, const Ids& accepted) {
 
 TEST(ParameterSweep, DoubleWritesAndReads) {
   for (KvxLong mode : {CalibModeManual, CalibModeAutomatic}) {
-    Sweep(mode, Family::kDoubleW, [](KvxLong m, KvxLong id) {
+    Sweep(mode, kSetDouble, [](KvxLong m, KvxLong id) {
       return FreshDouble(m, id, kDoubleWrite);
     });
-    Sweep(mode, Family::kDoubleR, [](KvxLong m, KvxLong id) {
+    Sweep(mode, kGetDouble, [](KvxLong m, KvxLong id) {
       if (!Manual(m) && (id == 64 || id == 65)) {
         return Code(NqeNoOptimisationData);
       }
@@ -183,8 +174,8 @@ KvxULong FreshText(KvxLong m, KvxLong id) {
 
 TEST(ParameterSweep, TextWritesAndReads) {
   for (KvxLong mode : {CalibModeManual, CalibModeAutomatic}) {
-    Sweep(mode, Family::kTextW, FreshText);
-    Sweep(mode, Family::kTextR, FreshText);
+    Sweep(mode, kSetText, FreshText);
+    Sweep(mode, kGetText, FreshText);
   }
 }
 

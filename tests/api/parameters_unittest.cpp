@@ -28,6 +28,25 @@ TEST(PixelCountParameter, RefreshesTheModelGeometryFromTheDetector) {
   EXPECT_EQ(o.Detectors().ActiveEntry()->pixelSize, 20.0);
 }
 
+TEST(ModelParameters, WriteTheGratingAndTheWorkingValuesTogether) {
+  CalibObject o;
+  ASSERT_TRUE(o.SetupForMode(true));
+  kvx::SpectrographModel& m = *o.Model();
+  m.stepping.stepsValid = m.stepping.glueValidated = true;
+  ASSERT_EQ(kvx::SetDoubleParam(o, CalibParamPixelSize, 13.5), NqeSuccess);
+  ASSERT_EQ(kvx::SetDoubleParam(o, CalibParamScaleFactor, 0.0), NqeSuccess);
+  ASSERT_EQ(kvx::SetDoubleParam(o, CalibParamFocalLength, 320.0), NqeSuccess);
+  ASSERT_EQ(kvx::SetDoubleParam(o, CalibParamSpecFocalLength, 1.0), NqeSuccess);
+  ASSERT_EQ(kvx::SetDoubleParam(o, CalibParamOverlap, 2.0), NqeSuccess);
+  EXPECT_EQ(m.ActiveGrating()->pixelWidth, 13.5);
+  EXPECT_EQ(m.geometry.pixelWidth, 13.5);
+  EXPECT_EQ(m.ActiveGrating()->scaleFactor, 1.0);
+  EXPECT_EQ(m.optics.scaleFactor, 1.0);
+  EXPECT_EQ(m.optics.focalLength, 320.0);  // the spectrograph's stays apart
+  EXPECT_FALSE(m.stepping.stepsValid);
+  EXPECT_FALSE(m.stepping.glueValidated);
+}
+
 TEST(ParametersWithoutActiveParts, RefuseWithTheMissingPartsCode) {
   CalibObject o;
   ASSERT_TRUE(o.SetupForMode(false));
