@@ -123,7 +123,7 @@ constexpr std::array<ParameterDesc, kLastParameterId + 1> kTable = {{
     D(33, "CalibParamPeakThreshold",     kWR, kPlain, SetDouble<&Store::peakThresholdPercent, ClampPercent>, GetDouble<&Store::peakThresholdPercent>),
     Unused(34),
     // 35, 38, 41 and 73 reach the model: a manual object, which has none,
-    // refuses them like the other model rows.
+    // refuses them like the other model rows. 73 reads 0 on a new model.
     I(35, "CalibParamSpectrographIndex", kW,  kModel, SelectSpectrographRow, nullptr),
     S(36, "CalibParamSpectrographName",  SpectrographName),
     I(37, "CalibParamNumTurrets",        kW,  kModel, SetInt<&Spectrograph::numTurrets>, nullptr),

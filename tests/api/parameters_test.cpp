@@ -335,6 +335,8 @@ TEST(KeptBehaviour, PixelCountStaysWhenTheGeometryRefreshFails) {
   EXPECT_EQ(size, 0.0);  // the stand-in pixel size is put back
   Handle manual;         // no geometry to refresh
   EXPECT_EQ(CalibSetIntParam(manual, 16, 2048), 0u);
+  EXPECT_EQ(CalibGetIntParam(manual, 16, &n), 0u);
+  EXPECT_EQ(n, 2048);
 }
 
 // --- texts -------------------------------------------------------------------
