@@ -135,5 +135,6 @@ int main(int argc, char** argv) {
       argc > 1 ? argv[1] : std::string(KVX_EXAMPLES_DIR) + "/neon-1024.cal";
   int failures = demo::ManualCalibration(file);
   failures += demo::AutomaticCalibration();
+  failures += demo::Parameters();
   return failures == 0 ? 0 : 1;
 }
