@@ -3,6 +3,10 @@
 #include <algorithm>
 #include <cstring>
 
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
+
 namespace kvx {
 
 namespace {
@@ -48,7 +52,7 @@ void ConvertRange(const SpectrumData& spectrum, int64_t begin, int64_t end,
 
 // Samples converted per block, so that the curvature pass reads them while
 // they are still in the cache.
-constexpr int64_t kBlock = 4096;
+constexpr int64_t kBlock = 1024;
 
 }  // namespace
 
@@ -58,7 +62,45 @@ bool PeakSearch::HasData(const SpectrumData& spectrum) {
 
 double PeakSearch::LargestCurvature(int64_t begin, int64_t end,
                                     double largest) const {
-  for (int64_t k = begin; k < end; ++k) {
+  // The largest value does not depend on the order it is looked for in
+  // (NaN never counts, and -0.0 never beats the starting 0.0), so the
+  // interior, where no index is clamped, runs in parallel lanes.
+  const int64_t innerBegin = std::clamp<int64_t>(begin, 2, end);
+  const int64_t innerEnd = std::max(innerBegin, std::min(end, n_ - 2));
+  for (int64_t k = begin; k < innerBegin; ++k) {
+    const double c = Curvature(k);
+    if (c > largest) largest = c;
+  }
+  const double* d = d_.get();
+  int64_t k = innerBegin;
+#if defined(__SSE2__)
+  // maxpd(c, lane) is c > lane ? c : lane, the comparison of the scalar
+  // loop, so NaN and ties come out the same. Pairs of samples are loaded
+  // once: the curvature of pair j is 2 P[j] - P[j - 1] - P[j + 1].
+  if (k + 8 <= innerEnd) {
+    const __m128d two = _mm_set1_pd(2.0);
+    __m128d lane[4];
+    for (__m128d& l : lane) l = _mm_set1_pd(largest);
+    __m128d previous = _mm_loadu_pd(d + k - 2);
+    __m128d current = _mm_loadu_pd(d + k);
+    for (; k + 8 <= innerEnd; k += 8) {
+      for (int j = 0; j < 4; ++j) {
+        const __m128d next = _mm_loadu_pd(d + k + 2 * j + 2);
+        const __m128d c =
+            _mm_sub_pd(_mm_sub_pd(_mm_mul_pd(two, current), previous), next);
+        lane[j] = _mm_max_pd(c, lane[j]);
+        previous = current;
+        current = next;
+      }
+    }
+    double lanes[8];
+    for (int j = 0; j < 4; ++j) _mm_storeu_pd(lanes + 2 * j, lane[j]);
+    for (double l : lanes) {
+      if (l > largest) largest = l;
+    }
+  }
+#endif
+  for (; k < end; ++k) {
     const double c = Curvature(k);
     if (c > largest) largest = c;
   }
