@@ -6,7 +6,7 @@
 
 #include <climits>
 #include <cstring>
-#include <functional>
+#include <string>
 #include <vector>
 
 #include "KelvoCalibrate.h"
@@ -29,27 +29,32 @@ void PutRegion(SpeCalibrationBlock& b, int k, KvxLong s, KvxLong w, KvxLong d) {
   std::memcpy(b.bytes + KVX_SPE_REGIONS + 12 * k, r, sizeof r);
 }
 
+// 1024 pixels, regions {1, 101, 200, 2} and {2, 601, 300, 3}; value = 400 +
+// 0.5 * pixel. With `pixelTable` data points are pixels (table calibrations
+// are checked over every pixel) and the table returned has 1024 entries.
+std::vector<double> Prepare(CalibHandle handle, bool pixelTable = false) {
+  X_ROI regions[2] = {{1, 101, 200, 2}, {2, 601, 300, 3}};
+  DetectorRecord d{};
+  d.numPixels = 1024;
+  d.regions = regions;
+  d.regionCount = 2;
+  d.regionBytes = sizeof regions;
+  EXPECT_EQ(CalibLoadDetector(handle, &d, sizeof d), 0u);
+  CalibrationRecord r{};
+  CalibInitializeCalibration(handle, &r, sizeof r);
+  r.inputUnit = CalibUnitOffsetFactor;
+  r.offset = 400.0;
+  r.factor = 0.5;
+  EXPECT_EQ(CalibLoadCalibration(handle, &r, sizeof r), 0u);
+  std::vector<double> table;
+  for (int i = 0; pixelTable && i < 1024; ++i) table.push_back(500.0 + i);
+  if (pixelTable) CalibDisableScanPattern(handle);
+  return table;
+}
+
 class Spe : public ::testing::Test {
  protected:
-  void SetUp() override { Setup(h); }
-  // 1024 pixels, regions {1, 101, 200, 2} and {2, 601, 300, 3};
-  // value = 400 + 0.5 * pixel.
-  static void Setup(CalibHandle handle) {
-    X_ROI regions[2] = {{1, 101, 200, 2}, {2, 601, 300, 3}};
-    DetectorRecord d{};
-    d.numPixels = 1024;
-    d.regions = regions;
-    d.regionCount = 2;
-    d.regionBytes = sizeof regions;
-    ASSERT_EQ(CalibLoadDetector(handle, &d, sizeof d), 0u);
-    CalibrationRecord r{};
-    CalibInitializeCalibration(handle, &r, sizeof r);
-    r.inputUnit = CalibUnitOffsetFactor;
-    r.offset = 400.0;
-    r.factor = 0.5;
-    ASSERT_EQ(CalibLoadCalibration(handle, &r, sizeof r), 0u);
-  }
-  static SpeCalibrationBlock Block() {
+  static SpeCalibrationBlock Block() {  // 300 + 2 p, one region
     SpeCalibrationBlock b{};
     Put(b, KVX_SPE_OFFSET, 300.0);
     Put(b, KVX_SPE_FACTOR, 2.0);
@@ -59,9 +64,9 @@ class Spe : public ::testing::Test {
     PutRegion(b, 0, 11, 100, 50);
     return b;
   }
-  CalibrationRecord Active() {
+  CalibrationRecord Active(CalibHandle handle) {
     CalibrationRecord r{};
-    EXPECT_EQ(CalibDumpCalibration(h, &r, sizeof r), 0u);
+    EXPECT_EQ(CalibDumpCalibration(handle, &r, sizeof r), 0u);
     return r;
   }
   X_ROI Region(KvxLong id) {
@@ -83,121 +88,97 @@ class Spe : public ::testing::Test {
 
 TEST_F(Spe, LoadBuildsTheRecordAsTheBlockDescribesIt) {
   const struct {
-    std::function<void(SpeCalibrationBlock&)> edit;
-    std::function<void(const CalibrationRecord&)> check;
+    int offset;
+    size_t bytes;
+    KvxLong value;
+    KvxLong CalibrationRecord::*field;
+    KvxLong expected;
   } cases[] = {
-      // The block's order is not used: always 1.
-      {[](auto& b) { Put<signed char>(b, KVX_SPE_POLY_ORDER, 3); },
-       [](auto& r) { EXPECT_EQ(r.polyOrder, 1); }},
-      {[](auto& b) { Put<signed char>(b, KVX_SPE_POINT_COUNT, 12); },
-       [](auto& r) { EXPECT_EQ(r.pointCount, 10); }},
-      {[](auto& b) { Put<signed char>(b, KVX_SPE_POINT_COUNT, -3); },
-       [](auto& r) { EXPECT_EQ(r.pointCount, -3); }},
-      {[](auto& b) { Put<KvxLong>(b, KVX_SPE_INPUT_UNIT, 77); },
-       [](auto& r) { EXPECT_EQ(r.inputUnit, 77); }},
-      {[](auto& b) { Put<unsigned char>(b, KVX_SPE_VALID, 0); },
-       [](auto& r) { EXPECT_EQ(r.valid, 1); }},
-      {[](auto& b) {
-         std::memset(b.bytes + KVX_SPE_UNIT_LABEL, 'u', 41);
-         std::memset(b.bytes + KVX_SPE_CALIB_LABEL, 'c', 41);
-       },
-       [](auto& r) {
-         EXPECT_EQ(std::string(r.unitLabel), std::string(40, 'u'));
-         EXPECT_EQ(std::string(r.calibLabel), std::string(40, 'c'));
-       }},
-      {[](auto& b) { Put(b, KVX_SPE_LASER_LINE, 532.0); },
-       [](auto& r) {
-         EXPECT_EQ(r.laserLine, 532.0);
-         EXPECT_EQ(r.coefficients[1], 2.0);
-       }},
+      {KVX_SPE_POLY_ORDER, 1, 3, &CalibrationRecord::polyOrder, 1},  // kept
+      {KVX_SPE_POINT_COUNT, 1, 12, &CalibrationRecord::pointCount, 10},
+      {KVX_SPE_POINT_COUNT, 1, -3, &CalibrationRecord::pointCount, -3},
+      {KVX_SPE_INPUT_UNIT, 4, 77, &CalibrationRecord::inputUnit, 77},
+      {KVX_SPE_DISPLAY_UNIT, 4, 9, &CalibrationRecord::displayUnit, 9},
   };
+  Prepare(h);
   for (const auto& c : cases) {
     SpeCalibrationBlock b = Block();
-    c.edit(b);
+    std::memcpy(b.bytes + c.offset, &c.value, c.bytes);
     ASSERT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 0u);
-    c.check(Active());
+    EXPECT_EQ(Active(h).*c.field, c.expected) << c.offset;
   }
+  SpeCalibrationBlock b = Block();
+  std::memset(b.bytes + KVX_SPE_UNIT_LABEL, 'u', 41);
+  std::memset(b.bytes + KVX_SPE_CALIB_LABEL, 'c', 41);
+  Put(b, KVX_SPE_LASER_LINE, 532.0);
+  ASSERT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 0u);
+  const CalibrationRecord r = Active(h);
+  EXPECT_EQ(std::string(r.unitLabel), std::string(40, 'u'));
+  EXPECT_EQ(std::string(r.calibLabel), std::string(40, 'c'));
+  EXPECT_EQ(r.laserLine, 532.0);
+  EXPECT_EQ(r.valid, 1);  // the block's valid byte was 0
 }
 
 TEST_F(Spe, EveryEnabledCodeButThreeEnables) {
+  Prepare(h);
   for (KvxLong code : {INT_MIN, -1, 0, 1, 2, 3, 4, INT_MAX}) {
     SpeCalibrationBlock b = Block();
     Put(b, KVX_SPE_ENABLED_CODE, code);
     ASSERT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 0u);
     double v = 0;
     EXPECT_EQ(CalibPixelToCalibValue(h, 10.0, &v), code == 3 ? 11036 : 0);
-    if (code != 3) {
-      EXPECT_EQ(v, 320.0);
-    }
+    EXPECT_EQ(v, code == 3 ? 10.0 : 320.0);
   }
 }
 
 TEST_F(Spe, RegionsLoadWithStartMinusOneAndWidthOverDivisor) {
+  Prepare(h);
   SpeCalibrationBlock b = Block();
   ASSERT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 0u);
   const X_ROI roi = Region(1);
   EXPECT_EQ(roi.startPixel, 10);
   EXPECT_EQ(roi.binning, 2);
-  EXPECT_EQ(roi.width, 100);  // 50 groups of 2
-  // The pixel count stays at the last region's end.
-  EXPECT_EQ(NumPixels(1), 111);
-  PutRegion(b, 0, 0, 0, 0);  // no regions at all
+  EXPECT_EQ(roi.width, 100);     // 50 groups of 2
+  EXPECT_EQ(NumPixels(1), 111);  // left at the last region's end
+  PutRegion(b, 0, 0, 0, 0);      // no regions at all
   ASSERT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 0u);
   KvxLong count = -1;
   EXPECT_EQ(CalibNumberOfX_ROIs(h, &count), 0u);
   EXPECT_EQ(count, 0);
 }
 
-// Table calibrations are checked over every pixel: data points are pixels
-// here.
-std::vector<double> PixelTable(CalibHandle h) {
-  CalibDisableScanPattern(h);
-  std::vector<double> table(1024);
-  for (int i = 0; i < 1024; ++i) table[i] = 500.0 + i;
-  return table;
-}
-
 TEST_F(Spe, AFailedLoadKeepsTheCalibrationAndTheOldScanPattern) {
-  std::vector<double> table = PixelTable(h);
+  std::vector<double> table = Prepare(h, true);
+  const KvxLong tableUnit = INT_MIN | CalibUnitNanometers;
   const struct {
-    std::function<void(SpeCalibrationBlock&)> edit;
+    KvxLong unit;
+    KvxLong tableLength;  // the table is set when not 0
+    double factor;
+    KvxLong start, width, divisor;  // second region
     KvxULong code;
   } cases[] = {
-      {[](auto& b) { Put(b, KVX_SPE_FACTOR, 0.0); }, 11035},
-      {[](auto& b) { Put<KvxLong>(b, KVX_SPE_INPUT_UNIT, INT_MIN | 4); },
-       11028},
-      {[&](auto& b) {
-         Put<KvxLong>(b, KVX_SPE_INPUT_UNIT, INT_MIN | 4);
-         Put(b, KVX_SPE_TABLE, table.data());
-         Put<KvxLong>(b, KVX_SPE_TABLE_LENGTH, -200);
-       },
-       11028},
-      {[&](auto& b) {
-         Put<KvxLong>(b, KVX_SPE_INPUT_UNIT, INT_MIN | 4);
-         Put(b, KVX_SPE_TABLE, table.data());
-         Put<KvxLong>(b, KVX_SPE_TABLE_LENGTH, 7);
-       },
-       11029},
-      {[&](auto& b) {  // the copied table is released
-         Put<KvxLong>(b, KVX_SPE_INPUT_UNIT, INT_MIN | 4);
-         Put<KvxLong>(b, KVX_SPE_DISPLAY_UNIT, INT_MIN | 4);
-         Put(b, KVX_SPE_TABLE, table.data());
-         Put<KvxLong>(b, KVX_SPE_TABLE_LENGTH, 1024);
-         PutRegion(b, 1, 300, 10, 0);
-       },
-       11008},
-      {[](auto& b) { PutRegion(b, 1, 50, 10, 5); }, 11005},
-      {[](auto& b) { PutRegion(b, 1, 1, 10, 5); }, 11006},
-      {[](auto& b) { PutRegion(b, 1, -5, 10, 5); }, 11006},
-      {[](auto& b) { PutRegion(b, 1, INT_MAX - 5, 100, 10); }, 11006},
-      {[](auto& b) { PutRegion(b, 1, 300, 0, 7); }, 11008},
+      {2, 0, 0.0, 0, 0, 0, 11035},
+      {tableUnit, 0, 2.0, 0, 0, 0, 11028},
+      {tableUnit, -1024, 2.0, 0, 0, 0, 11028},
+      {tableUnit, 7, 2.0, 0, 0, 0, 11029},
+      {tableUnit, 1024, 2.0, 300, 10, 0, 11008},  // copied table released
+      {2, 0, 2.0, 50, 10, 5, 11005},
+      {2, 0, 2.0, 1, 10, 5, 11006},
+      {2, 0, 2.0, -5, 10, 5, 11006},
+      {2, 0, 2.0, INT_MAX - 5, 100, 10, 11006},
+      {2, 0, 2.0, 300, 0, 7, 11008},
   };
-  const CalibrationRecord before = Active();
+  const CalibrationRecord before = Active(h);
   for (const auto& c : cases) {
     SpeCalibrationBlock b = Block();
-    c.edit(b);
+    Put(b, KVX_SPE_INPUT_UNIT, c.unit);
+    Put(b, KVX_SPE_DISPLAY_UNIT, c.unit);
+    Put(b, KVX_SPE_FACTOR, c.factor);
+    if (c.tableLength != 0) Put(b, KVX_SPE_TABLE, table.data());
+    Put(b, KVX_SPE_TABLE_LENGTH, c.tableLength);
+    PutRegion(b, 1, c.start, c.width, c.divisor);
     EXPECT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), c.code);
-    const CalibrationRecord after = Active();
+    const CalibrationRecord after = Active(h);
     EXPECT_EQ(std::memcmp(&before, &after, sizeof before), 0);
     EXPECT_EQ(Region(2).startPixel, 601);
     EXPECT_EQ(NumPixels(2), 1024);
@@ -209,7 +190,8 @@ TEST_F(Spe, AFailedLoadKeepsTheCalibrationAndTheOldScanPattern) {
 }
 
 TEST_F(Spe, DumpWritesAngstromsInNanometresAndOrderOne) {
-  CalibrationRecord r = Active();
+  Prepare(h);
+  CalibrationRecord r = Active(h);
   r.inputUnit = CalibUnitAngstroms;
   r.displayUnit = CalibUnitMicrons;
   r.polyOrder = 3;
@@ -227,9 +209,10 @@ TEST_F(Spe, DumpWritesAngstromsInNanometresAndOrderOne) {
   EXPECT_DOUBLE_EQ(Get<double>(b, KVX_SPE_POINT_VALUE), 585.249);
   EXPECT_DOUBLE_EQ(Get<double>(b, KVX_SPE_POINT_VALUE + 8), 640.225);
   EXPECT_EQ(Get<double>(b, KVX_SPE_POINT_VALUE + 16), 7000.0);
-  EXPECT_EQ(Get<KvxLong>(b, KVX_SPE_INPUT_UNIT), 4);
-  EXPECT_EQ(Get<KvxLong>(b, KVX_SPE_DISPLAY_UNIT), 4);
-  EXPECT_EQ(Get<KvxLong>(b, KVX_SPE_POLY_UNIT), 4);
+  for (int offset :
+       {KVX_SPE_INPUT_UNIT, KVX_SPE_DISPLAY_UNIT, KVX_SPE_POLY_UNIT}) {
+    EXPECT_EQ(Get<KvxLong>(b, offset), 4) << offset;
+  }
   EXPECT_EQ(Get<signed char>(b, KVX_SPE_POLY_ORDER), 1);
   EXPECT_EQ(Get<KvxLong>(b, KVX_SPE_ENABLED_CODE), 3);
   EXPECT_EQ(b.bytes[20] | b.bytes[61] | b.bytes[503], 0);  // unlisted bytes
@@ -237,21 +220,21 @@ TEST_F(Spe, DumpWritesAngstromsInNanometresAndOrderOne) {
 
 // Dump writes (startPixel, numGroups x binning, binning); loading that back
 // reads the binning as a divisor: {101, 200, 2} becomes start 100 with 2
-// groups of 100 pixels.
+// groups of 100 pixels, and {601, 300, 3} leaves 601 + 300 pixels.
 TEST_F(Spe, RegionsDoNotSurviveADumpAndLoad) {
+  Prepare(h);
   SpeCalibrationBlock b;
   ASSERT_EQ(CalibDumpSPECalibration(h, &b, sizeof b), 0u);
   EXPECT_EQ(Get<KvxLong>(b, KVX_SPE_REGIONS + 4), 200);
   ASSERT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 0u);
-  const X_ROI roi = Region(1);
-  EXPECT_EQ(roi.startPixel, 100);
-  EXPECT_EQ(roi.binning, 100);
+  EXPECT_EQ(Region(1).startPixel, 100);
+  EXPECT_EQ(Region(1).binning, 100);
   EXPECT_EQ(NumPixels(2), 901);
 }
 
 TEST_F(Spe, ADumpedTableIsTheHostsToRelease) {
-  std::vector<double> table = PixelTable(h);
-  CalibrationRecord r = Active();
+  std::vector<double> table = Prepare(h, true);
+  CalibrationRecord r = Active(h);
   r.inputUnit = r.displayUnit = INT_MIN | CalibUnitNanometers;
   r.table = table.data();
   r.tableLength = 1024;
@@ -261,14 +244,13 @@ TEST_F(Spe, ADumpedTableIsTheHostsToRelease) {
   double* handed = Get<double*>(b, KVX_SPE_TABLE);
   ASSERT_NE(handed, nullptr);
   EXPECT_NE(handed, table.data());
+  EXPECT_NE(handed, Active(h).table);
   EXPECT_EQ(Get<KvxLong>(b, KVX_SPE_TABLE_LENGTH), 1024);
   EXPECT_EQ(std::vector<double>(handed, handed + 1024), table);
   kvx_test::Handle other;
-  Setup(other);
-  PixelTable(other);
+  Prepare(other, true);
   ASSERT_EQ(CalibLoadSPECalibration(other, &b, sizeof b), 0u);
-  CalibrationRecord loaded{};
-  ASSERT_EQ(CalibDumpCalibration(other, &loaded, sizeof loaded), 0u);
+  const CalibrationRecord loaded = Active(other);
   EXPECT_NE(loaded.table, handed);
   EXPECT_EQ(std::vector<double>(loaded.table, loaded.table + 1024), table);
   EXPECT_EQ(KvxFreeSPECalibrationTable(&b, 503), 11037u);
