@@ -716,7 +716,8 @@ KVX_EXPORT KvxULong KVX_CALL KvxFreeSPECalibrationTable(void* block,
  * slot's peak height). *peakCount receives the number of all peaks found,
  * also those not kept. maxPeaks 0 or below only counts.
  * Returns 0; 11000 null spectrum, null peakCount, or a null array while
- * maxPeaks is above 0 (nothing written). */
+ * maxPeaks is above 0 (nothing written); 11022 when memory for the samples
+ * runs out (nothing written). */
 KVX_EXPORT KvxULong KVX_CALL CalibFindPeaks(CalibHandle handle,
                                             SpectrumData* spectrum,
                                             double* positions, double* values,
@@ -728,7 +729,8 @@ KVX_EXPORT KvxULong KVX_CALL CalibFindPeaks(CalibHandle handle,
  * previous peak, the next one on equal distance. When no valley closes the
  * peak, 0.0 is written.
  * Returns 0; 11000 null spectrum or position; 11063 start outside 1 to
- * count + 1 (exclusive), also NaN; 11064 no peak on either side. */
+ * count + 1 (exclusive), also NaN; 11064 no peak on either side; 11022
+ * when memory for the samples runs out. */
 KVX_EXPORT KvxULong KVX_CALL CalibFindNearestPeak(CalibHandle handle,
                                                   SpectrumData* spectrum,
                                                   double start,
