@@ -1128,6 +1128,103 @@ KVX_EXPORT KvxULong KVX_CALL CalibGetTargetWaveLength(CalibHandle handle,
                                                       KvxLong slot,
                                                       double* wavelength);
 
+/* ------------------------------------------------------------------------ */
+/* SPE calibration blocks                                                   */
+/* ------------------------------------------------------------------------ */
+/* A 504-byte SpeCalibrationBlock (KVX_SPE_* offsets) carries a calibration
+ * and up to 10 regions of the active detector. Load and dump are
+ * deliberately not inverses: the load reads region k (start, width, divisor)
+ * as startPixel start - 1, binning width / divisor, numGroups divisor; the
+ * dump writes (startPixel, numGroups * binning, binning). The polynomial
+ * order is always 1 in both directions. */
+
+/* Makes the block the active calibration and the active detector's scan
+ * pattern. The record is built from the block: order 1 whatever the block
+ * holds, point count lowered to 10 (a negative count stays), enabled unless
+ * the enabled code is 3, the first 40 bytes of both labels. A table needs a
+ * non-null pointer and a length above 0 (a negative length loads as no
+ * table); its doubles are copied, the host's array stays the host's. The
+ * record is validated (fitting off, positions as pixels); then the regions
+ * replace the scan pattern, list ending at the first start of 0: each
+ * region first sets the detector's pixel count to start + width, and the
+ * count stays at the last region's end; a block without regions empties the
+ * pattern (pixel count unchanged). Last, the active calibration's record is
+ * replaced in place.
+ * Returns 0; 11037 size not 504; 11010 no active detector; 11000 null block
+ * or no active calibration record; every code of CalibValidateCalibration
+ * (nothing changed); 11008 a region with divisor 0 or no pixels per group,
+ * 11006 a region outside the detector (start 1 or below, or an end that
+ * overflows), 11005 overlapping regions (each with the old scan pattern, its
+ * count and the pixel count restored and the calibration unchanged); 11022
+ * when memory runs out. */
+KVX_EXPORT KvxULong KVX_CALL CalibLoadSPECalibration(CalibHandle handle,
+                                                     void* block, KvxLong size);
+
+/* Fills the caller's block from the active calibration and the active
+ * detector's first 10 regions; bytes of no field are zero. Point values in
+ * angstroms or microns (inputUnit exactly 8 or 9) are written in nanometres
+ * with input unit 4; a display unit 8 or 9 is written as 4 (label
+ * unchanged); polynomial unit 4 and order 1 always; enabled code 2 or 3.
+ * A table (non-null, length above 0) is handed out as a NEW array owned by
+ * the host from then on: release it with KvxFreeSPECalibrationTable. In
+ * 64-bit builds the pointer takes bytes 64 to 71 and the length moves to
+ * 72 (KVX_SPE_TABLE_LENGTH).
+ * Returns 0; 11037 size not 504 (nothing written); 11000 null block or no
+ * active calibration record; 11032 / 11024 when the last unit conversion
+ * failed (the block is still written); 11022 when memory runs out (nothing
+ * written). */
+KVX_EXPORT KvxULong KVX_CALL CalibDumpSPECalibration(CalibHandle handle,
+                                                     void* block, KvxLong size);
+
+/* Extension (ordinal 106). No handle. Releases the table that
+ * CalibDumpSPECalibration handed out in this block and sets the block's
+ * table pointer and length to 0. A null table pointer is allowed. Only
+ * pointers written by a dump may be released this way, once.
+ * Returns 0; 11037 size not 504; 11000 null block. */
+KVX_EXPORT KvxULong KVX_CALL KvxFreeSPECalibrationTable(void* block,
+                                                        KvxLong size);
+
+/* ------------------------------------------------------------------------ */
+/* Peaks                                                                    */
+/* ------------------------------------------------------------------------ */
+/* Peaks are found on the curvature c[k] = 2 d[k] - d[k-2] - d[k+2] (indexes
+ * clamped to the data) of the samples d, above a threshold of
+ * peakThresholdPercent (parameter, default 2.0) percent of the largest
+ * curvature. A peak's position is the data point (1-based, fractional)
+ * where its area above a straight baseline between the curvature valleys
+ * around it is split in half. A spectrum without samples (data null or
+ * count 0 or below) is success with nothing written. Samples of an unknown
+ * dataType are taken as zeros (no peak). */
+
+/* Finds the peaks of the spectrum and keeps the strongest maxPeaks of them
+ * (by curvature; on equal strength the earlier one goes first) in the order
+ * they were found. Writes every one of the maxPeaks slots: the positions
+ * (0.0 in slots not filled) and in values the calibrated value of each
+ * position through the active calibration's own record (also in automatic
+ * mode; conversion codes are ignored and a failed conversion leaves the
+ * slot's peak height). *peakCount receives the number of all peaks found,
+ * also those not kept. maxPeaks 0 or below only counts.
+ * Returns 0; 11000 null spectrum, null peakCount, or a null array while
+ * maxPeaks is above 0 (nothing written); 11022 when memory for the samples
+ * runs out (nothing written). */
+KVX_EXPORT KvxULong KVX_CALL CalibFindPeaks(CalibHandle handle,
+                                            SpectrumData* spectrum,
+                                            double* positions, double* values,
+                                            KvxLong maxPeaks,
+                                            KvxLong* peakCount);
+
+/* Writes the position of the peak nearest to the data point start (taken
+ * truncated): the peak start lies on, else the closer of the next and the
+ * previous peak, the next one on equal distance. When no valley closes the
+ * peak, 0.0 is written.
+ * Returns 0; 11000 null spectrum or position; 11063 start outside 1 to
+ * count + 1 (exclusive), also NaN; 11064 no peak on either side; 11022
+ * when memory for the samples runs out. */
+KVX_EXPORT KvxULong KVX_CALL CalibFindNearestPeak(CalibHandle handle,
+                                                  SpectrumData* spectrum,
+                                                  double start,
+                                                  double* position);
+
 #ifdef __cplusplus
 } /* extern "C" */
 
@@ -1293,6 +1390,14 @@ KVX_AT(CalibrationRecord, factor, 512);
 KVX_AT(CalibrationRecord, valid, 520);
 KVX_AT(CalibrationRecord, enabled, 521);
 KVX_STATIC_ASSERT(sizeof(SpeCalibrationBlock) == 504, "SpeCalibrationBlock");
+/* The table pointer fits between its offset and the length, the length
+ * before the valid byte; in 64-bit builds the pointer is 8-byte aligned. */
+KVX_STATIC_ASSERT(KVX_SPE_TABLE % sizeof(void*) == 0, "SPE table alignment");
+KVX_STATIC_ASSERT(KVX_SPE_TABLE + sizeof(void*) <= KVX_SPE_TABLE_LENGTH,
+                  "SPE table pointer");
+KVX_STATIC_ASSERT(KVX_SPE_TABLE_LENGTH + 4 <= KVX_SPE_VALID,
+                  "SPE table length");
+KVX_STATIC_ASSERT(KVX_SPE_REGIONS + 120 == 504, "SPE regions");
 KVX_STATIC_ASSERT(sizeof(SpectrumData) == 16, "SpectrumData");
 KVX_AT(SpectrumData, dataType, 12);
 KVX_STATIC_ASSERT(sizeof(CalibPoint) == 16, "CalibPoint");

@@ -16,5 +16,6 @@ int ManualCalibration(const std::string& pointFile);
 int AutomaticCalibration();
 // Parameters of an automatic object read and written by ID.
 int Parameters();
+int PeaksAndSpeBlock(const std::string& pointFile);
 
 }  // namespace demo
