@@ -821,6 +821,153 @@ KVX_EXPORT KvxULong KVX_CALL CalibLoadCalibPoints(const char* fileName,
                                                   CalibPoint* points,
                                                   KvxLong maxPoints);
 
+/* ------------------------------------------------------------------------ */
+/* Grating model (automatic mode)                                           */
+/* ------------------------------------------------------------------------ */
+/* Every function of this section and the next returns 11054 on a manual
+ * object, before anything else. Wavelengths are in nm. The pixel wavelength
+ * follows the grating equation for the selected grating's working optics
+ * (groove density, inclusion angle, detector angle, focal length, focal
+ * plane scale factor) and the detector's pixel size; a groove density of 0
+ * makes every pixel see the center wavelength. */
+
+/* Wavelength of a data point for the center wavelength last given to
+ * CalibSetCenterWavelength through this handle's slot (0.0 if none; the
+ * value stays with the slot across CalibDestroy/CalibCreate), not the
+ * model's own center. The center is written first.
+ * Returns 0; 11000 null output; 11010 / 11011 / 11015 from the data-point
+ * mapping (output: the center); 11065 the center cannot be reached
+ * (output: the center). */
+KVX_EXPORT KvxULong KVX_CALL CalibCalcDataPointWaveLength(CalibHandle handle,
+                                                          double dataPoint,
+                                                          double* wavelength);
+
+/* As CalibCalcDataPointWaveLength, converted from nm into the active
+ * calibration's display unit. On a failure before the conversion *value is
+ * untouched. Returns 0; 11000 null output or no active calibration; the
+ * codes of CalibCalcDataPointWaveLength; 11024 / 11032 from the unit
+ * conversion (the converted number is written). */
+KVX_EXPORT KvxULong KVX_CALL CalibCalcDataPointCalibValue(CalibHandle handle,
+                                                          double dataPoint,
+                                                          double* value);
+
+/* Calibrated value (display unit) of every data point 1..count at the
+ * model's effective center wavelength (see CalibSetCenterWavelength).
+ * Returns 0; 11010 / 11011 no loaded detector; 11020 count differs from the
+ * number of data points; 11003 pixel size 0; 11000 null values; the first
+ * failure of CalibCalcDataPointCalibValue, which ends the loop (later
+ * elements not written). */
+KVX_EXPORT KvxULong KVX_CALL CalibCalcDataPointCalibArray(CalibHandle handle,
+                                                          KvxLong count,
+                                                          double* values);
+
+/* Checks that the grating can be turned to a wavelength and writes the
+ * longest reachable one, sin(90 deg - psi/2) cos(psi/2) 2e6 / (order x
+ * grooves/mm) (0.0 for a groove density 0), to *limit when limit is not
+ * null. Returns 0 (wavelength <= limit; there is no lower bound); 11065
+ * above the limit, NaN or infinite (limit written); 11069 inclusion angle
+ * outside 0..180 degrees (limit untouched). */
+KVX_EXPORT KvxULong KVX_CALL CalibTestWavelength(CalibHandle handle,
+                                                 double wavelength,
+                                                 double* limit);
+
+/* Writes the dispersion at the detector center, |lambda(c + 0.5) -
+ * lambda(c - 0.5)| in nm per pixel for the effective center wavelength (c:
+ * the detector center pixel; the grating's center pixel offset applies).
+ * Returns 0; 11000 null output; 11065 the center cannot be reached (output
+ * untouched). */
+KVX_EXPORT KvxULong KVX_CALL CalibGetCenterResolution(CalibHandle handle,
+                                                      double* resolution);
+
+/* ------------------------------------------------------------------------ */
+/* Center wavelength, stepping, target slots (automatic mode)               */
+/* ------------------------------------------------------------------------ */
+
+/* Sets the spectrograph's center wavelength (nm). The handle's slot keeps
+ * the value for CalibCalcPxlWavLngth, CalibCalcDataPointWaveLength and
+ * CalibCalcDataPointCalibValue even when this call fails (also with 11054).
+ * The model computes the effective center, the wavelength that puts the
+ * requested one on the center of the active pixel range given the
+ * grating's center pixel offset, and the drive value (see
+ * CalibConvertCenterWavelength). Returns 0; 11065 unreachable, NaN or
+ * infinite; 11069 inclusion angle outside 0..180 (nothing stored). */
+KVX_EXPORT KvxULong KVX_CALL CalibSetCenterWavelength(CalibHandle handle,
+                                                      double wavelength);
+
+/* Sets the center as a value in the active calibration's display unit
+ * (converted to nm; a failed conversion takes the value as nm). Does not
+ * change the slot's center wavelength. Codes as CalibSetCenterWavelength. */
+KVX_EXPORT KvxULong KVX_CALL CalibSetCenterCalibValue(CalibHandle handle,
+                                                      double value);
+
+/* Computes the effective center for a center wavelength (up to ten
+ * corrections until one is below 1e-5 nm, only when the center pixel offset
+ * plus the region center offset is not 0) and the drive value (1 + slope
+ * adjustment) x effective center, which the model keeps and writes to
+ * *driveValue when driveValue is not null (also on failure). The requested
+ * center is not changed. Returns 0; 11065 the effective center cannot be
+ * reached. */
+KVX_EXPORT KvxULong KVX_CALL CalibConvertCenterWavelength(CalibHandle handle,
+                                                          double wavelength,
+                                                          double* driveValue);
+
+/* Scales the slope adjustment s of the selected grating (and of the working
+ * optics) to (s + 1) b / a - 1, e.g. a = drive reading, b = true center.
+ * Arguments are not checked (a = 0 gives an infinite slope). Returns 0;
+ * 11053 no grating selected. */
+KVX_EXPORT KvxULong KVX_CALL CalibCalcSlopeAdjust(CalibHandle handle, double a,
+                                                  double b);
+
+/* Number of center settings needed to cover start..end (calibration units;
+ * swapped when start > end) with spectra overlapping by `overlap`. Sets the
+ * center to end + overlap and leaves it there; stores the range and the
+ * overlap (also the glue range). Returns 0; 11000 null steps; 11073 one
+ * spectrum is not wider than the overlap (nothing stored); 11047 a count
+ * beyond 32 bits or a NaN range (nothing stored). */
+KVX_EXPORT KvxULong KVX_CALL CalibGetNumberSteps(CalibHandle handle,
+                                                 double start, double end,
+                                                 double overlap,
+                                                 KvxLong* steps);
+
+/* Recomputes the steps of the stored range and writes the center of each
+ * (calibration units) to values[0..count-1]; the first spectrum begins at
+ * start - overlap, neighbours overlap by `overlap`. The center stays at
+ * end + overlap. Returns the recount's code (0 or 11073); 11072 count
+ * differs from the number of steps (values untouched); 11000 null values;
+ * 11022 out of memory. */
+KVX_EXPORT KvxULong KVX_CALL CalibGetStepCenterValues(CalibHandle handle,
+                                                      KvxLong count,
+                                                      double* values);
+
+/* Replaces the active calibration's record (node and ID stay) by a fourth-
+ * order fit through the model's wavelengths at the first pixel, the quarter
+ * points and the last pixel for the effective center, keeping the display
+ * unit, laser line and unit label. Returns 0; 11000 / 11002 / 11003 / 11005
+ * - 11009 from the detector check; 11065 unreachable center; a validation
+ * code; 11000 no active calibration record; 11022 out of memory. */
+KVX_EXPORT KvxULong KVX_CALL CalibSetupSpecCalArray(CalibHandle handle);
+
+/* Target slots 1..4 of a dispersion measurement; each call makes the slot
+ * the one last addressed. Return 0; 11047 slot outside 1..4 (nothing
+ * changed); 11000 null output. */
+KVX_EXPORT KvxULong KVX_CALL CalibSetRefCursorPosition(CalibHandle handle,
+                                                       KvxLong slot,
+                                                       double pixel);
+KVX_EXPORT KvxULong KVX_CALL CalibGetRefCursorPosition(CalibHandle handle,
+                                                       KvxLong slot,
+                                                       double* pixel);
+/* Records the target center wavelength and the effective center the model
+ * computes for it, then restores the spectrograph's center. A wavelength
+ * the grating cannot reach still returns 0 and records the effective
+ * center of the current center. */
+KVX_EXPORT KvxULong KVX_CALL CalibSetTargetWaveLength(CalibHandle handle,
+                                                      KvxLong slot,
+                                                      double wavelength);
+/* Writes the slot's target center wavelength. */
+KVX_EXPORT KvxULong KVX_CALL CalibGetTargetWaveLength(CalibHandle handle,
+                                                      KvxLong slot,
+                                                      double* wavelength);
+
 #ifdef __cplusplus
 } /* extern "C" */
 
@@ -841,6 +988,33 @@ KVX_EXPORT NqeErrorCode KVX_CALL CalibAddX_ROI(CalibHandle handle,
 KVX_EXPORT NqeErrorCode KVX_CALL CalibCalibratedPixelArray(CalibHandle handle,
                                                            KvxLong count,
                                                            double* values);
+
+/* Calibrated value (display unit) of every pixel 1..count at the model's
+ * effective center wavelength. Failures of single pixels are ignored: a
+ * center the grating cannot reach leaves the array untouched, a failed
+ * unit conversion leaves what it wrote. Returns 0; 11054 manual object;
+ * 11019 count differs from the pixel count; 11003 pixel size 0; 11000 null
+ * values. */
+KVX_EXPORT NqeErrorCode KVX_CALL CalibCalcCalibPixelArray(CalibHandle handle,
+                                                          KvxLong count,
+                                                          double* values);
+
+/* Wavelength (nm, no unit conversion) of a pixel for the center wavelength
+ * last given to CalibSetCenterWavelength through this handle's slot (0.0 if
+ * none). Returns 0; 11054 manual object; 11000 null output; 11065 the
+ * center cannot be reached (output: the center). */
+KVX_EXPORT NqeErrorCode KVX_CALL CalibCalcPxlWavLngth(CalibHandle handle,
+                                                      double pixel,
+                                                      double* wavelength);
+
+/* Writes asin(order x grooves/mm x wavelength x 1e-6 / (2 cos(psi / 2))),
+ * in radians, with the inclusion angle psi in degrees taken as radians in
+ * the cosine, as hosts of this interface have always received it (psi = 30
+ * gives a negative angle). Returns 0; 11054 manual object; 11000 null
+ * output; 11065 when |sine| >= 1 (output untouched). */
+KVX_EXPORT NqeErrorCode KVX_CALL CalibGratingRotationAngle(CalibHandle handle,
+                                                           double wavelength,
+                                                           double* angle);
 
 /* Pixel of a calibrated value, clamped to 0.5 .. N + 0.5. Returns 0; 11002
  * no pixels or no active detector; a conversion code. */

@@ -44,7 +44,21 @@ class CalibObject {
                              int32_t segment, double wavelengthOffset,
                              double laserLine);
 
+  // --- grating model: single values with the center the frame passes, and
+  // whole arrays at the model's effective center (11054 without a model) ---
+  NqeErrorCode CalcPxlWavLngth(double center, double pixel, double* value);
+  NqeErrorCode CalcDataPointWaveLength(double center, double dataPoint,
+                                       double* value);
+  NqeErrorCode CalcDataPointCalibValue(double center, double dataPoint,
+                                       double* value);
+  NqeErrorCode CalcDataPointCalibArray(int32_t count, double* values);
+  NqeErrorCode CalcCalibPixelArray(int32_t count, double* values);
+
  private:
+  // A nanometre value in the active calibration's display unit; 11000
+  // without an active calibration (result: the input).
+  NqeErrorCode ToDisplayUnit(double wavelength, double* value) const;
+
   std::unique_ptr<DetectorStore> detectors_;
   std::unique_ptr<CalibrationStore> calibrations_;
   std::unique_ptr<SpectrographModel> spectrograph_;
