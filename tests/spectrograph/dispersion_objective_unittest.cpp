@@ -88,5 +88,25 @@ TEST(DispersionObjective, ScansMakeTheEvaluationsOfTheAlgorithmAsWritten) {
   EXPECT_EQ(hard.Optimise({20.0, -15.0, 10.0, -25.0}), 328407u);
 }
 
+// Lines whose effective centers the grating cannot reach count with the
+// center as their prediction: the objective is constant, no search moves
+// and the initial set comes back.
+TEST(DispersionObjective, UnreachableCentersLeaveTheInitialSet) {
+  Rig rig;
+  SpectrographModel& m = *rig.model;
+  m.optics.focalLength = 10.0;  // few focal steps: every scan runs in full
+  ASSERT_EQ(CalcDispersionTargetData(m, 546.07, 435.83), NqeSuccess);
+  for (TargetSlot& slot : m.targets) slot.effectiveCenter = 2000.0;
+  double f, p, g, e, px;
+  EXPECT_EQ(OptimizeSpectrograph(m, {&f, &p, &g, &e, &px}), NqeSuccess);
+  EXPECT_EQ(f, 10.0);
+  EXPECT_EQ(p, 30.0);
+  EXPECT_EQ(g, 0.0);
+  // (sum of |T - 2000| + the largest) * 0.2, by hand:
+  // (1453.93 * 2 + 1564.17 * 2 + 1564.17) * 0.2 = 7600.37 * 0.2
+  // = 1520.074
+  EXPECT_NEAR(e, 1520.074, 1e-9);
+}
+
 }  // namespace
 }  // namespace kvx
