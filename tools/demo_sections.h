@@ -13,5 +13,6 @@ bool Check(KvxULong code, const char* what);
 
 // Sections, in the order main runs them.
 int ManualCalibration(const std::string& pointFile);
+int DispersionOptimisation();
 
 }  // namespace demo
