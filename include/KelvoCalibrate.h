@@ -911,6 +911,15 @@ KVX_EXPORT KvxULong KVX_CALL CalibConvertCenterWavelength(CalibHandle handle,
                                                           double wavelength,
                                                           double* driveValue);
 
+/* Moves the selected grating's center pixel offset (and the working one)
+ * so that the center wavelength falls on the pixel of `dataPoint`: adds the
+ * pixel minus the center of the active pixel range. The effective center
+ * follows at the next center setting. Returns 0; 11053 no grating
+ * selected; the detector check's codes (11000, 11002, 11003, 11005-11011);
+ * the data-point mapping's codes (11010, 11011). */
+KVX_EXPORT KvxULong KVX_CALL CalibCalcCenterOffset(CalibHandle handle,
+                                                   double dataPoint);
+
 /* Scales the slope adjustment s of the selected grating (and of the working
  * optics) to (s + 1) b / a - 1, e.g. a = drive reading, b = true center.
  * Arguments are not checked (a = 0 gives an infinite slope). Returns 0;

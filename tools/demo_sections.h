@@ -13,6 +13,7 @@ bool Check(KvxULong code, const char* what);
 
 // Sections, in the order main runs them.
 int ManualCalibration(const std::string& pointFile);
+int AutomaticCalibration();
 int DispersionOptimisation();
 
 }  // namespace demo

@@ -21,6 +21,7 @@ class Dispersion : public ExampleModel {
  protected:
   // Hg lines proposed, cursors moved.
   void Propose(const double (&moves)[4]) {
+    model().geometry.numPixels = 1024;
     model().ActiveSpectrograph()->inclusionAngle = 30.0;
     EXPECT_EQ(CalcDispersionTargetData(model(), 546.07, 435.83), NqeSuccess);
     for (int k = 0; k < 4; ++k) model().targets[k].referenceCursor += moves[k];
