@@ -824,6 +824,157 @@ KVX_EXPORT KvxULong KVX_CALL CalibLoadCalibPoints(const char* fileName,
                                                   KvxLong maxPoints);
 
 /* ------------------------------------------------------------------------ */
+/* Parameters                                                               */
+/* ------------------------------------------------------------------------ */
+/* Single fields of an object read and written by numeric ID. Each ID has one
+ * type: I (CalibSetIntParam / CalibGetIntParam), D (CalibSetDoubleParam /
+ * CalibGetDoubleParam), S (CalibSetStrParam / CalibGetStrParam); A marks the
+ * IDs of CalibSetDoubleArray. An ID used with a function of another type, or
+ * with a direction the comment does not name (W write, R read), answers
+ * 11038. IDs marked "model" answer 11054 on a manual object before anything
+ * else. "Detector" is the active detector, "record" the active calibration;
+ * without one, 11010 and 11021. Integer IDs 3 to 9 may be written (no effect,
+ * 0) but not read; ID 10 is written and read without effect (0, nothing
+ * written). IDs 25, 32, 34 and 75 are unused. */
+/* clang-format off */
+enum CalibParam {
+  CalibParamAutomatic = 1,          /* I R: 1 automatic object, 0 manual */
+  CalibParamObjectName = 2,         /* S W R: the object's name */
+  CalibParamDetectorName = 11,      /* S W R: detector name */
+  CalibParamRegionCounter = 12,     /* I R: detector's region counter; W 11039 */
+  CalibParamScanState = 13,         /* I W R: scan pattern on (W: value != 0) */
+  CalibParamPixelSize = 14,         /* D W R: detector pixel size, um; W also
+                                       sets the active grating's pixel width */
+  CalibParamSecondarySize = 15,     /* D W R: detector secondary size */
+  CalibParamNumPixels = 16,         /* I W R: detector pixels; W refreshes the
+                                       model's detector geometry */
+  CalibParamSecondaryCount = 17,    /* I W R: detector secondary count */
+  CalibParamPointCursor = 18,       /* I W R: point 0-9 that IDs 19, 20 reach;
+                                       11066 outside (also R before a W) */
+  CalibParamPointPosition = 19,     /* D A W R: record pointPosition[cursor] */
+  CalibParamPointValue = 20,        /* D A W R: record pointValue[cursor];
+                                       cursor outside 0-9: 11030 */
+  CalibParamUnitLabel = 21,         /* S W R: record unitLabel */
+  CalibParamCalibLabel = 22,        /* S W R: record calibLabel */
+  CalibParamInputUnit = 23,         /* I W R: record inputUnit (W: 4-8) */
+  CalibParamDisplayUnit = 24,       /* I W R: record displayUnit (W: 4-8;
+                                       the label names the previous unit) */
+  CalibParamPolyOrder = 26,         /* I W R: record polyOrder (W: 0-5) */
+  CalibParamPointCount = 27,        /* I R: record pointCount */
+  CalibParamLaserLine = 28,         /* D W R: record laserLine, nm */
+  CalibParamPointCountAlso = 29,    /* I R: record pointCount, as 27 */
+  CalibParamCoefficientCursor = 30, /* I W: coefficient 0-4 that ID 31 reaches */
+  CalibParamCoefficient = 31,       /* D A W R: record coefficients[cursor] */
+  CalibParamPeakThreshold = 33,     /* D W R: peak threshold %, clamped 0-100 */
+  CalibParamSpectrographIndex = 35, /* I W model: select a spectrograph */
+  CalibParamSpectrographName = 36,  /* S W R: active spectrograph's name */
+  CalibParamNumTurrets = 37,        /* I W model: spectrograph's turrets */
+  CalibParamTurretNumber = 38,      /* I W model: select a turret (always 0) */
+  CalibParamTurretName = 39,        /* S W R: active turret's name */
+  CalibParamNumGratings = 40,       /* I W model: spectrograph's gratings */
+  CalibParamGratingNumber = 41,     /* I W model: select a grating (always 0) */
+  CalibParamGratingName = 42,       /* S W R: active grating's name */
+  CalibParamGrooveDensity = 43,     /* D W R model: grating groove density */
+  CalibParamCenterPixelOffset = 44, /* D W R model: grating center offset */
+  CalibParamSlopeAdjust = 45,       /* D W R model: grating slope adjustment */
+  CalibParamFocalLength = 46,       /* D W R model: grating focal length, mm */
+  CalibParamInclusionAngle = 47,    /* D W R model: grating inclusion angle */
+  CalibParamDetectorAngle = 48,     /* D W R model: grating detector angle */
+  CalibParamScaleFactor = 49,       /* D W R model: grating scale factor */
+  CalibParamSpecFocalLength = 50,   /* D W R model: spectrograph default */
+  CalibParamSpecInclusionAngle = 51, /* D W R model: spectrograph default */
+  CalibParamSpecDetectorAngle = 52, /* D W R model: spectrograph default */
+  CalibParamSpecScaleFactor = 53,   /* D W R model: spectrograph default */
+  CalibParamTargets12 = 54,         /* D W R model: target wavelength 1 and 2 */
+  CalibParamTargets34 = 55,         /* D W R model: target wavelength 3 and 4 */
+  CalibParamTargetCenter2 = 56,     /* D W R model: slot 2 target center */
+  CalibParamTargetCenter1 = 57,     /* D W R model: slot 1 target center */
+  CalibParamTargetCenter4 = 58,     /* D W R model: slot 4 target center */
+  CalibParamTargetCenter3 = 59,     /* D W R model: slot 3 target center */
+  CalibParamRefCursor2 = 60,        /* D W R model: slot 2 reference cursor */
+  CalibParamRefCursor1 = 61,        /* D W R model: slot 1 reference cursor */
+  CalibParamRefCursor4 = 62,        /* D W R model: slot 4 reference cursor */
+  CalibParamRefCursor3 = 63,        /* D W R model: slot 3 reference cursor */
+  CalibParamInitialObjective = 64,  /* D W R model: objective before optimising
+                                       (W: accepted, no effect) */
+  CalibParamBestObjective = 65,     /* D W R model: best objective found
+                                       (W: accepted, no effect) */
+  CalibParamCurrentObjective = 66,  /* D R model: objective of current optics */
+  CalibParamModelDisplayUnit = 67,  /* I W R model: as CalibParamDisplayUnit */
+  CalibParamRangeStart = 68,        /* D W R model: stepping / glue start */
+  CalibParamRangeEnd = 69,          /* D W R model: stepping / glue end */
+  CalibParamGlueStep = 70,          /* D W R model: glue spacing */
+  CalibParamOverlap = 71,           /* D W R model: stepping overlap */
+  CalibParamNumSteps = 72,          /* I R model: number of steps */
+  CalibParamModelFlag = 73,         /* I W R model: free flag (W: value != 0) */
+  CalibParamAuxFlag = 74,           /* I W R: free flag (W: value != 0) */
+  CalibParamDataPointCount = 76     /* I R: data points last counted */
+};
+/* clang-format on */
+
+/* Writes an integer parameter. Returns 0; 11038 an ID that is not an
+ * integer ID written by this function; 11039 ID 12; 11066 ID 18 outside
+ * 0-9; 11025 ID 26 outside 0-5; 11047 ID 30 outside 0-4; 11032 IDs 23, 24,
+ * 67 with a unit outside 4-8; 11054 model IDs on a manual object; 11051 IDs
+ * 37, 40 without an active spectrograph; 11010 / 11021 no active detector /
+ * calibration; ID 35: the result of the selection; ID 16 (automatic object):
+ * the detector's code when the geometry cannot be computed (the pixel count
+ * is stored all the same). */
+KVX_EXPORT KvxULong KVX_CALL CalibSetIntParam(CalibHandle handle, KvxLong id,
+                                              KvxLong value);
+
+/* Reads an integer parameter into *value (written only on success).
+ * Returns 0; 11038 not an integer ID read by this function; 11066 ID 18
+ * before a valid cursor was set; 11054 model IDs on a manual object; 11010 /
+ * 11021; 11000 value null. */
+KVX_EXPORT KvxULong KVX_CALL CalibGetIntParam(CalibHandle handle, KvxLong id,
+                                              KvxLong* value);
+
+/* Writes a double parameter. Returns 0; 11038 not a double ID written by
+ * this function; 11066 ID 19 / 11030 ID 20 with the point cursor outside
+ * 0-9; 11031 ID 31 with the coefficient cursor outside 0-4; 11054 model IDs
+ * on a manual object; 11053 IDs 43-49 without an active grating; 11051 IDs
+ * 50-53 without an active spectrograph; 11010 / 11021. IDs 64 and 65 accept
+ * any value and change nothing. */
+KVX_EXPORT KvxULong KVX_CALL CalibSetDoubleParam(CalibHandle handle, KvxLong id,
+                                                 double value);
+
+/* Reads a double parameter into *value (written only on success). Codes as
+ * CalibSetDoubleParam, and 11071 IDs 64, 65 before the first optimisation;
+ * 11000 value null. */
+KVX_EXPORT KvxULong KVX_CALL CalibGetDoubleParam(CalibHandle handle, KvxLong id,
+                                                 double* value);
+
+/* Copies count doubles from array into the active calibration's point
+ * VALUES, for IDs 19, 20 and 31 alike; any other ID does nothing and returns
+ * 0. Nothing is ever read out. Returns 0; 11066 IDs 19, 20 with count
+ * outside 1-10; 11031 ID 31 with count outside 1-5; 11021 no active
+ * calibration; 11000 array null. */
+KVX_EXPORT KvxULong KVX_CALL CalibSetDoubleArray(CalibHandle handle, KvxLong id,
+                                                 double* array, KvxLong count);
+
+/* The same function as CalibSetDoubleArray under a second name: it writes
+ * the caller's array into the point values and reads nothing out. */
+KVX_EXPORT KvxULong KVX_CALL CalibGetDoubleArray(CalibHandle handle, KvxLong id,
+                                                 double* array, KvxLong count);
+
+/* Writes a text parameter (IDs 2, 11, 21, 22, 36, 39, 42): the 128-byte
+ * field is cleared, then min(length, strlen(text), 127) characters are
+ * copied (a negative length copies none). Returns 0; 11038 another ID;
+ * 11048 / 11049 / 11053 IDs 36 / 39 / 42 without a model or without an
+ * active spectrograph / turret / grating; 11010 / 11021; 11000 text null. */
+KVX_EXPORT KvxULong KVX_CALL CalibSetStrParam(CalibHandle handle, KvxLong id,
+                                              const char* text, KvxLong length);
+
+/* Reads a text parameter into buffer: min(length, 127) characters, or the
+ * text with its terminator when that is shorter. When length is not greater
+ * than the text's length the copy is cut and carries NO terminator. A
+ * negative length copies the whole text with its terminator. Codes as
+ * CalibSetStrParam; 11000 buffer null. */
+KVX_EXPORT KvxULong KVX_CALL CalibGetStrParam(CalibHandle handle, KvxLong id,
+                                              char* buffer, KvxLong length);
+
+/* ------------------------------------------------------------------------ */
 /* Grating model (automatic mode)                                           */
 /* ------------------------------------------------------------------------ */
 /* Every function of this section and the next returns 11054 on a manual

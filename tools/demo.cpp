@@ -135,6 +135,7 @@ int main(int argc, char** argv) {
       argc > 1 ? argv[1] : std::string(KVX_EXAMPLES_DIR) + "/neon-1024.cal";
   int failures = demo::ManualCalibration(file);
   failures += demo::AutomaticCalibration();
+  failures += demo::Parameters();
   failures += demo::DispersionOptimisation();
   return failures == 0 ? 0 : 1;
 }

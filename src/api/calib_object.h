@@ -31,6 +31,8 @@ class CalibObject {
   SpectrographModel* Model() { return spectrograph_.get(); }
   bool IsAutomatic() const { return isAutomatic_ != 0; }
   const char* Name() const { return name_; }
+  // The 128-character name field, written by the text parameter 2.
+  char* NameField() { return name_; }
 
   // --- operations with logic of their own ------------------------------------
   NqeErrorCode RemoveDetectorId(uint32_t id);

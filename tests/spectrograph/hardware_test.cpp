@@ -39,8 +39,7 @@ TEST(SpectrographRecord, EachCheckHasItsCodeAndAFailedLoadChangesNothing) {
   EXPECT_EQ(newId, 0u);
 }
 
-TEST(SpectrographList,
-     AddReportsAFreshIdWhileTheSpectrographKeepsTheRecordsId) {
+TEST(SpectrographList, AddReportsAFreshIdWhileTheNodeKeepsTheRecordsId) {
   AutoHandle h;
   const KvxULong first = ActiveSpectrograph(h);
   SpectrographRecord r = Spectrograph(7);

@@ -74,7 +74,6 @@ TEST_F(Automatic, GratingGapsAreFilledFromSpectrographAndDetector) {
   TurretRecord t = Turret(1, 2);
   GratingRecord g[2] = {Grating(1), Grating(2, 600.0)};
   g[1].focalLength = 500.0;
-  g[1].scaleFactor = 2.0;
   g[1].pixelWidth = 13.5;
   ASSERT_EQ(m->LoadSpectrograph(&s, sizeof s), NqeSuccess);
   ASSERT_EQ(m->LoadTurrets(&t, sizeof t, 1), NqeSuccess);
