@@ -737,7 +737,9 @@ KVX_EXPORT KvxULong KVX_CALL CalibCalcDispersionTargetData(CalibHandle handle,
  * returned (the results stay readable through CalibGetOptimDispParams).
  * Returns 0; the codes of CalibValidateSpecOptStruct (nothing written);
  * 11069 also for spectrograph default angles beyond +-360 degrees; 11048
- * no active spectrograph; 11065 from the pixel error (pixelError -1.0). */
+ * no active spectrograph; 11065 from the pixel error (pixelError -1.0);
+ * 11071 when no memory is left for the optimisation state (the previous
+ * state stays). */
 KVX_EXPORT KvxULong KVX_CALL CalibOptimizeSpectrograph(
     CalibHandle handle, double* focalLength, double* inclusionAngle,
     double* detectorAngle, double* objective, double* pixelError);

@@ -136,6 +136,7 @@ int main(int argc, char** argv) {
   int failures = demo::ManualCalibration(file);
   failures += demo::PeaksAndSpeBlock(file);
   failures += demo::AutomaticCalibration();
+  failures += demo::DispersionOptimisation();
   failures += demo::Parameters();
   return failures == 0 ? 0 : 1;
 }

@@ -13,9 +13,10 @@ bool Check(KvxULong code, const char* what);
 
 // Sections, in the order main runs them.
 int ManualCalibration(const std::string& pointFile);
+int PeaksAndSpeBlock(const std::string& pointFile);
 int AutomaticCalibration();
+int DispersionOptimisation();
 // Parameters of an automatic object read and written by ID.
 int Parameters();
-int PeaksAndSpeBlock(const std::string& pointFile);
 
 }  // namespace demo

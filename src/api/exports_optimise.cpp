@@ -19,6 +19,8 @@ KVX_EXPORT KvxULong KVX_CALL CalibCalcDispersionTargetData(CalibHandle handle,
       }));
 }
 
+// Only the optimisation state is allocated here; when that fails there is
+// no (new) state to report, hence 11071.
 KVX_EXPORT KvxULong KVX_CALL CalibOptimizeSpectrograph(
     CalibHandle handle, double* focalLength, double* inclusionAngle,
     double* detectorAngle, double* objective, double* pixelError) {

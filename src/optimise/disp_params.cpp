@@ -66,37 +66,55 @@ std::unique_ptr<SpecOptStruct> StartingState(SpectrographModel& model) {
   return opt;
 }
 
-// Writes a set with its objective and pixel error; returns the pixel-error
-// status.
-NqeErrorCode WriteSet(const SpectrographModel& model, const DispParamsOut& out,
-                      double focalLength, double inclusion,
-                      double detectorAngle, double objective,
-                      double pixelSetFocal, double pixelSetInclusion,
-                      double pixelSetDetector) {
-  *out.focalLength = focalLength;
-  *out.inclusionAngle = inclusion;
-  *out.detectorAngle = detectorAngle;
-  *out.objective = objective;
-  return PixelError(model, pixelSetFocal, pixelSetInclusion, pixelSetDetector,
-                    objective, out.pixelError);
+// Focal length, inclusion angle and detector angle of one parameter set.
+struct Triple {
+  double focalLength;
+  double inclusion;
+  double detectorAngle;
+};
+
+Triple Initial(const SpecOptStruct& o) {
+  return {o.initialFocalLength, o.initialInclusionAngle,
+          o.initialDetectorAngle};
+}
+Triple Best(const SpecOptStruct& o) {
+  return {o.bestFocalLength, o.bestInclusionAngle, o.bestDetectorAngle};
 }
 
-NqeErrorCode Install(SpectrographModel& model, double focalLength,
-                     double inclusion, double detectorAngle, double objective,
-                     double* objectiveOut, double* pixelError) {
-  model.optics.focalLength = focalLength;
-  model.optics.inclusionAngle = inclusion;
-  model.optics.detectorAngle = detectorAngle;
+NqeErrorCode PixelErrorOf(const SpectrographModel& model, const Triple& set,
+                          double objective, double* pixelError) {
+  return PixelError(model, set.focalLength, set.inclusion, set.detectorAngle,
+                    objective, pixelError);
+}
+
+// Writes `shown` with the objective and the pixel error of `measured`;
+// returns the pixel-error status.
+NqeErrorCode WriteSet(const SpectrographModel& model, const DispParamsOut& out,
+                      const Triple& shown, double objective,
+                      const Triple& measured) {
+  *out.focalLength = shown.focalLength;
+  *out.inclusionAngle = shown.inclusion;
+  *out.detectorAngle = shown.detectorAngle;
+  *out.objective = objective;
+  return PixelErrorOf(model, measured, objective, out.pixelError);
+}
+
+NqeErrorCode Install(SpectrographModel& model, const Triple& set,
+                     double objective, double* objectiveOut,
+                     double* pixelError) {
+  if (objectiveOut == nullptr || pixelError == nullptr) return NqeNullPointer;
+  model.optics.focalLength = set.focalLength;
+  model.optics.inclusionAngle = set.inclusion;
+  model.optics.detectorAngle = set.detectorAngle;
   // Without an active grating (all spectrographs removed) only the working
   // optics take the set.
   if (Grating* grating = model.ActiveGrating(); grating != nullptr) {
-    grating->focalLength = focalLength;
-    grating->inclusionAngle = inclusion;
-    grating->detectorAngle = detectorAngle;
+    grating->focalLength = set.focalLength;
+    grating->inclusionAngle = set.inclusion;
+    grating->detectorAngle = set.detectorAngle;
   }
   *objectiveOut = objective;
-  return PixelError(model, focalLength, inclusion, detectorAngle, objective,
-                    pixelError);
+  return PixelErrorOf(model, set, objective, pixelError);
 }
 
 }  // namespace
@@ -123,9 +141,7 @@ NqeErrorCode OptimizeSpectrograph(SpectrographModel& model,
 
   // The results stay in the state when the host asks for none of them.
   if (!AllSet(out)) return NqeSuccess;
-  return WriteSet(model, out, opt.bestFocalLength, opt.bestInclusionAngle,
-                  opt.bestDetectorAngle, opt.bestObjective, opt.bestFocalLength,
-                  opt.bestInclusionAngle, opt.bestDetectorAngle);
+  return WriteSet(model, out, Best(opt), opt.bestObjective, Best(opt));
 }
 
 NqeErrorCode PixelError(const SpectrographModel& model, double focalLength,
@@ -153,10 +169,8 @@ NqeErrorCode GetOrigDispParams(const SpectrographModel& model,
   const SpecOptStruct* opt = model.optimisation.get();
   if (opt == nullptr) return NqeNoOptimisationData;
   if (!AllSet(out)) return NqeNullPointer;
-  return WriteSet(model, out, opt->initialFocalLength,
-                  opt->initialInclusionAngle, opt->initialDetectorAngle,
-                  opt->initialObjective, opt->initialFocalLength,
-                  opt->initialInclusionAngle, opt->initialDetectorAngle);
+  return WriteSet(model, out, Initial(*opt), opt->initialObjective,
+                  Initial(*opt));
 }
 
 NqeErrorCode GetOptimDispParams(const SpectrographModel& model,
@@ -164,21 +178,18 @@ NqeErrorCode GetOptimDispParams(const SpectrographModel& model,
   const SpecOptStruct* opt = model.optimisation.get();
   if (opt == nullptr) return NqeNoOptimisationData;
   if (!AllSet(out)) return NqeNullPointer;
-  // Hosts of the interface read the working values the scan left behind
-  // here, while the pixel error is that of the best set.
-  return WriteSet(model, out, opt->workingFocalLength,
-                  opt->workingInclusionAngle, opt->workingDetectorAngle,
-                  opt->bestObjective, opt->bestFocalLength,
-                  opt->bestInclusionAngle, opt->bestDetectorAngle);
+  // Hosts of the interface read here the working values the scans left
+  // behind, while objective and pixel error are those of the best set.
+  const Triple working{opt->workingFocalLength, opt->workingInclusionAngle,
+                       opt->workingDetectorAngle};
+  return WriteSet(model, out, working, opt->bestObjective, Best(*opt));
 }
 
 NqeErrorCode InstallOrigDispParams(SpectrographModel& model, double* objective,
                                    double* pixelError) {
   const SpecOptStruct* opt = model.optimisation.get();
   if (opt == nullptr) return NqeNoOptimisationData;
-  if (objective == nullptr || pixelError == nullptr) return NqeNullPointer;
-  return Install(model, opt->initialFocalLength, opt->initialInclusionAngle,
-                 opt->initialDetectorAngle, opt->initialObjective, objective,
+  return Install(model, Initial(*opt), opt->initialObjective, objective,
                  pixelError);
 }
 
@@ -186,10 +197,7 @@ NqeErrorCode InstallOptimDispParams(SpectrographModel& model, double* objective,
                                     double* pixelError) {
   const SpecOptStruct* opt = model.optimisation.get();
   if (opt == nullptr) return NqeNoOptimisationData;
-  if (objective == nullptr || pixelError == nullptr) return NqeNullPointer;
-  return Install(model, opt->bestFocalLength, opt->bestInclusionAngle,
-                 opt->bestDetectorAngle, opt->bestObjective, objective,
-                 pixelError);
+  return Install(model, Best(*opt), opt->bestObjective, objective, pixelError);
 }
 
 double CurrentDispersionObjective(SpectrographModel& model) {
