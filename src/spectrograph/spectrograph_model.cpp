@@ -1,6 +1,7 @@
 #include "spectrograph/spectrograph_model.h"
 
 #include "common/ids.h"
+#include "glue/glue_session.h"
 #include "spectrograph/grating_equation.h"
 #include "spectrograph/spec_opt.h"
 
