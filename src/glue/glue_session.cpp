@@ -193,9 +193,12 @@ NqeErrorCode GlueSession::Init(const GlueView& view, GlueSpectrum* output,
   return NqeSuccess;
 }
 
-NqeErrorCode GlueSession::BuildInputEdges(
-    const GlueView& view, const GlueAxis& in, const GlueAxis& out, double lo,
-    double hi, std::vector<double>& values, std::vector<double>& edges) const {
+NqeErrorCode GlueSession::BuildInputEdges(const GlueView& view,
+                                          const GlueAxis& in,
+                                          const GlueAxis& out, double lo,
+                                          double hi, double* values,
+                                          size_t frames,
+                                          std::vector<double>& edges) const {
   const size_t n = edges.size() - 1;
   BuildEdges(in.x, n, edges.data());
   if (MaskUnit(in.unit) != MaskUnit(out.unit)) {
@@ -207,7 +210,7 @@ NqeErrorCode GlueSession::BuildInputEdges(
   // Bins must be finite and in order, or rebinning has no meaning.
   if (!StrictlyMonotonic(edges)) return NqeGlueNoData;
   if (edges[n] < edges[0]) {
-    ReverseFrames(values.data(), values.size() / n, n);
+    ReverseFrames(values, frames, n);
     ReverseFrames(edges.data(), 1, n + 1);
   }
   const double h = view.step * 0.5;
@@ -244,8 +247,9 @@ NqeErrorCode GlueSession::Merge(const GlueView& view, GlueSpectrum* output,
   if (output->calibration != nullptr) {
     static_cast<void>(SetUnitLabel(output->calibration));
   }
-  std::vector<double> values(total);
-  ConvertToDoubles(input->data, input->dataType, total, values.data());
+  // Every element is written by the conversion: no need to clear first.
+  const std::unique_ptr<double[]> values(new double[total]);
+  ConvertToDoubles(input->data, input->dataType, total, values.get());
   glueOutputData_ = static_cast<double*>(output->data);
   // A descending axis is merged as an ascending one: the output frames
   // are read back to front instead of being reversed and turned back.
@@ -253,7 +257,7 @@ NqeErrorCode GlueSession::Merge(const GlueView& view, GlueSpectrum* output,
   const double lo = descending ? view.end : view.start;
   const double hi = descending ? view.start : view.end;
   std::vector<double> edges(n + 1);
-  code = BuildInputEdges(view, in, out, lo, hi, values, edges);
+  code = BuildInputEdges(view, in, out, lo, hi, values.get(), frames, edges);
   if (code != NqeSuccess) return code;
   GluePlacement place;
   code = PlaceBlock(edges[0], edges[n], lo, view.step, gluePointCount_, &place);
@@ -261,7 +265,7 @@ NqeErrorCode GlueSession::Merge(const GlueView& view, GlueSpectrum* output,
   std::vector<double> work(static_cast<size_t>(place.count));
   for (size_t f = 0; f < frames; ++f) {
     if (place.count == 0) break;
-    ResampleFrame(edges.data(), values.data() + f * n, n, place.x0, view.step,
+    ResampleFrame(edges.data(), values.get() + f * n, n, place.x0, view.step,
                   place.skip, place.count, work.data());
     double* frame = glueOutputData_ + f * points;
     const GlueFrameView target = descending

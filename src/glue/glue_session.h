@@ -7,6 +7,7 @@
 // GlueView.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <vector>
 
@@ -58,7 +59,7 @@ class GlueSession {
   // input values when the conversion turned the axis around.
   NqeErrorCode BuildInputEdges(const GlueView& view, const GlueAxis& in,
                                const GlueAxis& out, double lo, double hi,
-                               std::vector<double>& values,
+                               double* values, size_t frames,
                                std::vector<double>& edges) const;
 
   bool incGlueActive_ = false;

@@ -164,6 +164,7 @@ TEST_F(Glue, FailedMergesLeaveOutputAndCoverageAlone) {
       {"not monotonic", {4, 6, 5}, 1, 1, 5, 11077u},
       {"repeated", {4, 4, 5}, 1, 1, 5, 11077u},
       {"outside", {12, 13}, 1, 1, 5, 11077u},
+      {"over 2^31 cells", {-1e12, 5, 1e12}, 1, 1, 5, 11077u},
   };
   for (const Case& c : cases) {
     Block b(c.x, V(c.x.size() * 2, 50.0));
@@ -215,6 +216,14 @@ TEST_F(Glue, FailedValidationIsHiddenUnlessOutputDataIsRemembered) {
   Block a = A1();
   ASSERT_EQ(Inc(a), 0u);
   EXPECT_EQ(CalibGlueInput(h_, &noX.g, 1, &out_), 11077u);
+}
+
+TEST_F(Glue, BlockReachingFarBeyondTheRangeFillsItFromItsMiddleBin) {
+  // Its middle bin spans -5e7 + 2.5 .. 5e7 + 2.5, over the whole range.
+  ASSERT_EQ(Init(), 0u);
+  Block wide({-1e8, 5, 1e8}, {1, 3, 9});
+  ASSERT_EQ(Inc(wide), 0u);
+  ExpectData(V(11, 3.0));
 }
 
 TEST_F(Glue, BlocksOutsideTheRangeAreSkippedByTheWholeGlue) {
