@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <limits>
+#include <tuple>
 #include <vector>
 
 #include "KelvoCalibrate.h"
@@ -17,12 +18,8 @@ struct Block {
   V x, v;
   GlueSpectrum g{};
   Block(V xs, V vs, int32_t frames = 1) : x(std::move(xs)), v(std::move(vs)) {
-    g.data = v.data();
-    g.numPoints = static_cast<int32_t>(x.size());
-    g.numFrames = frames;
-    g.dataType = 5;
-    g.layout = 1;
-    g.xValues = x.data();
+    const auto n = static_cast<int32_t>(x.size());
+    g = {v.data(), n, frames, 5, 1, x.data(), 0, nullptr, 0};
   }
 };
 
@@ -40,19 +37,20 @@ class Glue : public ::testing::Test {
     for (Block* b : in) g.push_back(b->g);
     auto n = static_cast<int32_t>(g.size());
     EXPECT_EQ(CalibValidateGlue(h_, g.data(), n, &out_), 0u);
-    data_.assign(static_cast<size_t>(out_.numPoints * frames), -1.0);
-    x_.assign(static_cast<size_t>(out_.numPoints), -1.0);
-    out_.data = data_.data();
-    out_.xValues = x_.data();
+    Supply(frames, -1.0);
     return CalibGlueInput(h_, g.data(), n, &out_);
   }
   KvxULong Init(int32_t frames = 1) {
     const KvxULong code = CalibInitIncStepAndGlue(h_, &out_, frames);
-    data_.assign(static_cast<size_t>(out_.numPoints * frames), 0.0);
-    x_.assign(static_cast<size_t>(out_.numPoints), 0.0);
+    Supply(frames, 0.0);
+    return code;
+  }
+  // The output's data and X arrays, as a host supplies them.
+  void Supply(int32_t frames, double fill) {
+    data_.assign(static_cast<size_t>(out_.numPoints * frames), fill);
+    x_.assign(static_cast<size_t>(out_.numPoints), fill);
     out_.data = data_.data();
     out_.xValues = x_.data();
-    return code;
   }
   KvxULong Inc(Block& b) { return CalibGlueIncInput(h_, &out_, &b.g); }
   void ExpectData(const V& want, size_t from = 0) {
@@ -67,16 +65,19 @@ class Glue : public ::testing::Test {
   V data_, x_;
 };
 
-// Expected values (/usr/bin/python3, an independent step-function model:
-// each cell = integral over the covered part / covered length; filled runs
-// crossfaded by the weights of the glue):
+// Expected values from tests/glue/glue_expected.py (/usr/bin/python3, an
+// independent step-function model: each cell = integral over its covered
+// part / covered length; filled runs crossfaded by the glue's weights):
 //   A  = [1, 2, 3, 5.5, 10, 20.25, 35, 45, 55, 65, 0]
 //   A + block inside = [1, 2, 51.5, 52.75, 55, 60.125, 35, 45, 55, 65, 0]
-//   C  = 0, 9, 9, 8.736714975845425, 8, 7.6219512195121935, 7,
-//        6.544334975369456, 6, 5.504975124378107, 5, 4.505025125628126, 4,
-//        3.5456852791878193, 3, 2.628205128205118, 2, 1.7538860103626939,
-//        1, 0, 0
+//   C  = kC (values copied from the script's output)
 const V kA = {1, 2, 3, 5.5, 10, 20.25, 35, 45, 55, 65, 0};
+// clang-format off
+const V kC = {0, 9, 9, 8.736714975845425, 8, 7.6219512195121935, 7,
+              6.544334975369456, 6, 5.504975124378107, 5, 4.505025125628126, 4,
+              3.5456852791878193, 3, 2.628205128205118, 2, 1.7538860103626939,
+              1, 0, 0};
+// clang-format on
 
 Block A1() { return Block({0, 1, 2, 3, 4, 5}, {1, 2, 3, 4, 5, 6}); }
 Block A2() {
@@ -115,17 +116,7 @@ TEST_F(Glue, WavelengthInputOntoWavenumberAxisIsTurnedAround) {
           {1, 2, 3, 4, 5, 6, 7, 8, 9});
   c.g.calibration = &nm;
   ASSERT_EQ(All({&c}), 0u);
-  ExpectData({0, 9,
-              9, 8.736714975845425,
-              8, 7.6219512195121935,
-              7, 6.544334975369456,
-              6, 5.504975124378107,
-              5, 4.505025125628126,
-              4, 3.5456852791878193,
-              3, 2.628205128205118,
-              2, 1.7538860103626939,
-              1, 0,
-              0});
+  ExpectData(kC);
 }
 
 TEST_F(Glue, IncrementalGlueMatchesAndAveragesABlockInsideFilledOutput) {
@@ -147,31 +138,26 @@ TEST_F(Glue, FailedMergesLeaveOutputAndCoverageAlone) {
   const V before = data_;
   const double nan = std::numeric_limits<double>::quiet_NaN();
   const double inf = std::numeric_limits<double>::infinity();
-  struct Case {
-    const char* what;
-    V x;
-    int32_t frames, layout, type;
-    KvxULong code;
-  };
-  const Case cases[] = {
-      {"one point", {4}, 1, 1, 5, 11078u},
-      {"frames", {4, 5}, 2, 1, 5, 11075u},
-      {"zero frames", {4, 5}, 0, 1, 5, 11078u},
-      {"layout", {4, 5}, 1, 2, 5, 11076u},
-      {"data type", {4, 5}, 1, 1, 9, 11076u},
-      {"NaN", {4, nan, 6}, 1, 1, 5, 11077u},
-      {"infinite", {4, 5, inf}, 1, 1, 5, 11077u},
-      {"not monotonic", {4, 6, 5}, 1, 1, 5, 11077u},
-      {"repeated", {4, 4, 5}, 1, 1, 5, 11077u},
-      {"outside", {12, 13}, 1, 1, 5, 11077u},
-      {"over 2^31 cells", {-1e12, 5, 1e12}, 1, 1, 5, 11077u},
-  };
-  for (const Case& c : cases) {
-    Block b(c.x, V(c.x.size() * 2, 50.0));
-    b.g.numFrames = c.frames;
-    b.g.layout = c.layout;
-    b.g.dataType = c.type;
-    EXPECT_EQ(Inc(b), c.code) << c.what;
+  const std::tuple<const char*, V, int32_t, int32_t, int32_t, KvxULong>
+      cases[] = {
+          {"one point", {4}, 1, 1, 5, 11078u},
+          {"frames", {4, 5}, 2, 1, 5, 11075u},
+          {"zero frames", {4, 5}, 0, 1, 5, 11078u},
+          {"layout", {4, 5}, 1, 2, 5, 11076u},
+          {"data type", {4, 5}, 1, 1, 9, 11076u},
+          {"NaN", {4, nan, 6}, 1, 1, 5, 11077u},
+          {"infinite", {4, 5, inf}, 1, 1, 5, 11077u},
+          {"not monotonic", {4, 6, 5}, 1, 1, 5, 11077u},
+          {"repeated", {4, 4, 5}, 1, 1, 5, 11077u},
+          {"outside", {12, 13}, 1, 1, 5, 11077u},
+          {"over 2^31 cells", {-1e12, 5, 1e12}, 1, 1, 5, 11077u},
+      };
+  for (const auto& [what, x, frames, layout, type, code] : cases) {
+    Block b(x, V(x.size() * 2, 50.0));
+    b.g.numFrames = frames;
+    b.g.layout = layout;
+    b.g.dataType = type;
+    EXPECT_EQ(Inc(b), code) << what;
   }
   Block noX = A2();
   noX.g.xValues = nullptr;
@@ -226,6 +212,16 @@ TEST_F(Glue, BlockReachingFarBeyondTheRangeFillsItFromItsMiddleBin) {
   ExpectData(V(11, 3.0));
 }
 
+TEST_F(Glue, OutputGluedIntoItselfStaysAsItWas) {
+  ASSERT_EQ(Init(), 0u);
+  Block a = A1(), b = A2();
+  ASSERT_EQ(Inc(a), 0u);
+  ASSERT_EQ(Inc(b), 0u);
+  for (size_t i = 0; i < x_.size(); ++i) x_[i] = static_cast<double>(i);
+  ASSERT_EQ(CalibGlueIncInput(h_, &out_, &out_), 0u);
+  ExpectData(kA);
+}
+
 TEST_F(Glue, BlocksOutsideTheRangeAreSkippedByTheWholeGlue) {
   Block a = A1(), far({40, 41, 42}, {1, 1, 1});
   EXPECT_EQ(All({&a, &far}), 0u);
@@ -233,13 +229,8 @@ TEST_F(Glue, BlocksOutsideTheRangeAreSkippedByTheWholeGlue) {
 }
 
 TEST_F(Glue, PointCountFollowsTheRangeAndStepsBelowAMinimumAreRefused) {
-  struct Case {
-    double start, end, step;
-    KvxULong code;
-    int32_t count;
-  };
   const double nan = std::numeric_limits<double>::quiet_NaN();
-  const Case cases[] = {
+  const std::tuple<double, double, double, KvxULong, int32_t> cases[] = {
       {500, 600, 0.5, 0, 201},    {500, 600, 0.3, 0, 335},
       {600, 500, 0.3, 0, 335},    {0, 1.0005, 1, 0, 2},
       {0, 1.002, 1, 0, 3},        {500, 600, 0.00005, 11079u, 0},
@@ -247,11 +238,11 @@ TEST_F(Glue, PointCountFollowsTheRangeAndStepsBelowAMinimumAreRefused) {
       {500, 600, nan, 11079u, 0}, {0, 1e9, 0.0001, 11079u, 0},
   };
   Block a({500, 501}, {1, 1});
-  for (const Case& c : cases) {
-    Range(c.start, c.end, c.step);
+  for (const auto& [start, end, step, code, count] : cases) {
+    Range(start, end, step);
     GlueSpectrum out{};
-    EXPECT_EQ(CalibValidateGlue(h_, &a.g, 1, &out), c.code) << c.step;
-    EXPECT_EQ(out.numPoints, c.count) << c.start << " " << c.end;
+    EXPECT_EQ(CalibValidateGlue(h_, &a.g, 1, &out), code) << step;
+    EXPECT_EQ(out.numPoints, count) << start << " " << end;
   }
 }
 
@@ -267,36 +258,29 @@ TEST(GlueExports, ManualObjectHasNoGlue) {
   EXPECT_EQ(CalibCleanupIncGlue(h), 11054u);
 }
 
-TEST(GlueExports, NewModelHasNoRangeYetSoEveryGlueFails) {
+TEST(GlueExports, NewModelHasNoRangeYetAndNullArgumentsAreRefused) {
   // The range and step start at 0: no glue until the host sets them.
   Handle h(CalibModeAutomatic);
-  double x[2] = {500.0, 501.0};
-  double v[2] = {1.0, 2.0};
-  GlueSpectrum in{v, 2, 1, 5, 1, x, 0, nullptr, 0};
+  Block in({500, 501}, {1, 2});
   CalibrationRecord cal{};
   cal.displayUnit = 7;
   GlueSpectrum out{};
   out.numPoints = 99;
   out.calibration = &cal;
-  EXPECT_EQ(CalibValidateGlue(h, &in, 1, &out), 11079u);
+  EXPECT_EQ(CalibValidateGlue(h, &in.g, 1, &out), 11079u);
   // The output was prepared before the range was checked.
   EXPECT_EQ(out.numPoints, 0);
   EXPECT_EQ(out.calibration, &cal);
   EXPECT_EQ(cal.displayUnit, CalibUnitNanometers);
   EXPECT_EQ(CalibInitIncStepAndGlue(h, &out, 1), 11079u);
-  EXPECT_EQ(CalibGlueIncInput(h, &out, &in), 11074u);
+  EXPECT_EQ(CalibGlueIncInput(h, &out, &in.g), 11074u);
   EXPECT_EQ(CalibCleanupIncGlue(h), 11074u);
-}
-
-TEST(GlueExports, NullOrZeroArgumentsAreRefused) {
-  Handle h(CalibModeAutomatic);
-  GlueSpectrum g{};
-  EXPECT_EQ(CalibValidateGlue(h, nullptr, 1, &g), 11078u);
-  EXPECT_EQ(CalibValidateGlue(h, &g, 0, &g), 11078u);
-  EXPECT_EQ(CalibValidateGlue(h, &g, 1, nullptr), 11078u);
-  EXPECT_EQ(CalibGlueInput(h, &g, -1, &g), 11078u);
+  EXPECT_EQ(CalibValidateGlue(h, nullptr, 1, &out), 11078u);
+  EXPECT_EQ(CalibValidateGlue(h, &in.g, 0, &out), 11078u);
+  EXPECT_EQ(CalibValidateGlue(h, &in.g, 1, nullptr), 11078u);
+  EXPECT_EQ(CalibGlueInput(h, &in.g, -1, &out), 11078u);
   EXPECT_EQ(CalibInitIncStepAndGlue(h, nullptr, 1), 11078u);
-  EXPECT_EQ(CalibInitIncStepAndGlue(h, &g, 0), 11078u);
+  EXPECT_EQ(CalibInitIncStepAndGlue(h, &out, 0), 11078u);
 }
 
 }  // namespace
