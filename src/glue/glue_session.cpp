@@ -77,8 +77,9 @@ NqeErrorCode GlueSession::ResolveAxis(const GlueView& view,
       // Without an active record (its only calibration removed) the
       // values are taken as nanometres.
       const CalibrationRecord* active = view.calibrations->ActiveRecord();
-      axis->unit =
-          active != nullptr ? active->displayUnit : CalibUnitNanometers;
+      axis->unit = active != nullptr
+                       ? static_cast<int32_t>(active->displayUnit)
+                       : static_cast<int32_t>(CalibUnitNanometers);
     }
   }
   if (isOutput && calibration != nullptr) calibration->valid = 1;
