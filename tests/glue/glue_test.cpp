@@ -131,6 +131,15 @@ TEST_F(Glue, IncrementalGlueMatchesAndAveragesABlockInsideFilledOutput) {
   EXPECT_EQ(CalibCleanupIncGlue(h_), 11074u);
 }
 
+TEST_F(Glue, SecondInitialisationStartsAfreshWithoutCoverage) {
+  ASSERT_EQ(Init(), 0u);
+  Block a = A1(), b = A2();
+  ASSERT_EQ(Inc(a), 0u);
+  ASSERT_EQ(Init(), 0u);  // the caller's data stays the caller's
+  ASSERT_EQ(Inc(b), 0u);
+  ExpectData({0, 0, 0, 10, 15, 25, 35, 45, 55, 65, 0});  // by hand
+}
+
 TEST_F(Glue, FailedMergesLeaveOutputAndCoverageAlone) {
   ASSERT_EQ(Init(), 0u);
   Block a = A1();
