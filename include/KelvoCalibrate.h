@@ -801,8 +801,9 @@ KVX_EXPORT KvxULong KVX_CALL CalibInstallOptimDispParams(CalibHandle handle,
  * and layout 1. The caller then supplies output data (numFrames x numPoints
  * doubles) and xValues (numPoints doubles) and calls CalibGlueInput.
  * Returns 0; 11078 inputs or output null or inputCount < 1 (nothing
- * written); 11079 glueStep below 0.0001 or fewer than 2 points (the output
- * stays zeroed); 11077 an input without X values. */
+ * written); 11079 glueStep below 0.0001 (or NaN), fewer than 2 points or
+ * more than 2^31 - 1 (the output stays zeroed); 11077 an input without X
+ * values. */
 KVX_EXPORT KvxULong KVX_CALL CalibValidateGlue(CalibHandle handle,
                                                GlueSpectrum* inputs,
                                                KvxLong inputCount,
