@@ -36,6 +36,8 @@ bool StrictlyMonotonic(const std::vector<double>& edges) {
   return true;
 }
 
+// A new model's range and step are 0, so every glue answers 11079 until
+// the host sets them (double parameters 68 to 70, or the stepping).
 GlueView ViewOf(SpectrographModel& model, CalibObject& object) {
   GlueView view;
   view.start = model.stepping.rangeStart;
