@@ -1010,29 +1010,27 @@ KVX_EXPORT KvxULong KVX_CALL CalibGetIntParam(CalibHandle handle, KvxLong id,
  * on a manual object; 11053 IDs 43-49 without an active grating; 11051 IDs
  * 50-53 without an active spectrograph; 11010 / 11021. IDs 64 and 65 accept
  * any value and change nothing. */
-KVX_EXPORT KvxULong KVX_CALL CalibSetDoubleParam(CalibHandle handle,
-                                                 KvxLong id, double value);
+KVX_EXPORT KvxULong KVX_CALL CalibSetDoubleParam(CalibHandle handle, KvxLong id,
+                                                 double value);
 
 /* Reads a double parameter into *value (written only on success). Codes as
  * CalibSetDoubleParam, and 11071 IDs 64, 65 before the first optimisation;
  * 11000 value null. */
-KVX_EXPORT KvxULong KVX_CALL CalibGetDoubleParam(CalibHandle handle,
-                                                 KvxLong id, double* value);
+KVX_EXPORT KvxULong KVX_CALL CalibGetDoubleParam(CalibHandle handle, KvxLong id,
+                                                 double* value);
 
 /* Copies count doubles from array into the active calibration's point
  * VALUES, for IDs 19, 20 and 31 alike; any other ID does nothing and returns
  * 0. Nothing is ever read out. Returns 0; 11066 IDs 19, 20 with count
  * outside 1-10; 11031 ID 31 with count outside 1-5; 11021 no active
  * calibration; 11000 array null. */
-KVX_EXPORT KvxULong KVX_CALL CalibSetDoubleArray(CalibHandle handle,
-                                                 KvxLong id, double* array,
-                                                 KvxLong count);
+KVX_EXPORT KvxULong KVX_CALL CalibSetDoubleArray(CalibHandle handle, KvxLong id,
+                                                 double* array, KvxLong count);
 
 /* The same function as CalibSetDoubleArray under a second name: it writes
  * the caller's array into the point values and reads nothing out. */
-KVX_EXPORT KvxULong KVX_CALL CalibGetDoubleArray(CalibHandle handle,
-                                                 KvxLong id, double* array,
-                                                 KvxLong count);
+KVX_EXPORT KvxULong KVX_CALL CalibGetDoubleArray(CalibHandle handle, KvxLong id,
+                                                 double* array, KvxLong count);
 
 /* Writes a text parameter (IDs 2, 11, 21, 22, 36, 39, 42): the 128-byte
  * field is cleared, then min(length, strlen(text), 127) characters are
@@ -1040,8 +1038,7 @@ KVX_EXPORT KvxULong KVX_CALL CalibGetDoubleArray(CalibHandle handle,
  * 11048 / 11049 / 11053 IDs 36 / 39 / 42 without a model or without an
  * active spectrograph / turret / grating; 11010 / 11021; 11000 text null. */
 KVX_EXPORT KvxULong KVX_CALL CalibSetStrParam(CalibHandle handle, KvxLong id,
-                                              const char* text,
-                                              KvxLong length);
+                                              const char* text, KvxLong length);
 
 /* Reads a text parameter into buffer: min(length, 127) characters, or the
  * text with its terminator when that is shorter. When length is not greater
@@ -1140,6 +1137,15 @@ KVX_EXPORT KvxULong KVX_CALL CalibSetCenterCalibValue(CalibHandle handle,
 KVX_EXPORT KvxULong KVX_CALL CalibConvertCenterWavelength(CalibHandle handle,
                                                           double wavelength,
                                                           double* driveValue);
+
+/* Moves the selected grating's center pixel offset (and the working one)
+ * so that the center wavelength falls on the pixel of `dataPoint`: adds the
+ * pixel minus the center of the active pixel range. The effective center
+ * follows at the next center setting. Returns 0; 11053 no grating
+ * selected; the detector check's codes (11000, 11002, 11003, 11005-11011);
+ * the data-point mapping's codes (11010, 11011). */
+KVX_EXPORT KvxULong KVX_CALL CalibCalcCenterOffset(CalibHandle handle,
+                                                   double dataPoint);
 
 /* Scales the slope adjustment s of the selected grating (and of the working
  * optics) to (s + 1) b / a - 1, e.g. a = drive reading, b = true center.

@@ -134,5 +134,7 @@ int main(int argc, char** argv) {
   const std::string file =
       argc > 1 ? argv[1] : std::string(KVX_EXAMPLES_DIR) + "/neon-1024.cal";
   int failures = demo::ManualCalibration(file);
+  failures += demo::AutomaticCalibration();
+  failures += demo::Parameters();
   return failures == 0 ? 0 : 1;
 }

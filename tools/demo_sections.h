@@ -13,5 +13,8 @@ bool Check(KvxULong code, const char* what);
 
 // Sections, in the order main runs them.
 int ManualCalibration(const std::string& pointFile);
+int AutomaticCalibration();
+// Parameters of an automatic object read and written by ID.
+int Parameters();
 
 }  // namespace demo

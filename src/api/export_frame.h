@@ -48,21 +48,6 @@ NqeErrorCode WithModel(CalibHandle handle, NqeErrorCode allocFailure,
   });
 }
 
-// The interface's unsigned long is not uint32_t on every platform; an ID
-// passes through a local of the stores' type. A null pointer reaches the
-// operation as null and is refused there. By default the local is copied
-// out whatever the result (operations that report 0 on failure); with
-// `onSuccessOnly` the caller's value is left untouched on failure.
-template <class Op>
-NqeErrorCode WithId(KvxULong* id, Op&& op, bool onSuccessOnly = false) {
-  uint32_t local = 0;
-  const NqeErrorCode code = op(id != nullptr ? &local : nullptr);
-  if (id != nullptr && (code == NqeSuccess || !onSuccessOnly)) {
-    *id = static_cast<KvxULong>(local);
-  }
-  return code;
-}
-
 // CalibSetCenterWavelength's frame: after the handle check and before the
 // object is asked, the slot keeps the wavelength, so it is kept even when
 // the object then refuses it (11054 on a manual object). The slot's value
@@ -96,6 +81,21 @@ NqeErrorCode WithSlotCenter(CalibHandle handle, NqeErrorCode allocFailure,
   if (code != NqeSuccess) return code;
   const double center = table.LastCenterWavelength(index);
   return Guarded(allocFailure, [&] { return op(*object, center); });
+}
+
+// The interface's unsigned long is not uint32_t on every platform; an ID
+// passes through a local of the stores' type. A null pointer reaches the
+// operation as null and is refused there. By default the local is copied
+// out whatever the result (operations that report 0 on failure); with
+// `onSuccessOnly` the caller's value is left untouched on failure.
+template <class Op>
+NqeErrorCode WithId(KvxULong* id, Op&& op, bool onSuccessOnly = false) {
+  uint32_t local = 0;
+  const NqeErrorCode code = op(id != nullptr ? &local : nullptr);
+  if (id != nullptr && (code == NqeSuccess || !onSuccessOnly)) {
+    *id = static_cast<KvxULong>(local);
+  }
+  return code;
 }
 
 // Plain exports return the code as a 32-bit unsigned integer.

@@ -49,6 +49,12 @@ KVX_EXPORT KvxULong KVX_CALL CalibConvertCenterWavelength(CalibHandle handle,
   });
 }
 
+KVX_EXPORT KvxULong KVX_CALL CalibCalcCenterOffset(CalibHandle handle,
+                                                   double dataPoint) {
+  return Model(handle,
+               [&](auto& m) { return kvx::CalcCenterOffset(m, dataPoint); });
+}
+
 KVX_EXPORT KvxULong KVX_CALL CalibCalcSlopeAdjust(CalibHandle handle, double a,
                                                   double b) {
   return Model(handle, [&](auto& m) { return kvx::CalcSlopeAdjust(m, a, b); });

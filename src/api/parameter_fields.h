@@ -15,6 +15,9 @@
 namespace kvx {
 
 // --- owners ------------------------------------------------------------------
+// A row that reaches the active detector or calibration refuses with 11010 or
+// 11021 when there is none (no export empties a store, but the stores allow
+// it), rather than reach into nothing.
 
 template <class Owner>
 NqeErrorCode FindOwner(CalibObject& object, Owner** owner);

@@ -116,6 +116,24 @@ NqeErrorCode ConvertCenterWavelength(SpectrographModel& model,
   return status;
 }
 
+NqeErrorCode CalcCenterOffset(SpectrographModel& model, double dataPoint) {
+  Grating* grating = model.ActiveGrating();
+  if (grating == nullptr) return NqeNoGratingSelected;
+  const NqeErrorCode refreshed = model.RefreshDetectorGeometry();
+  if (refreshed != NqeSuccess) return refreshed;
+  double pixel = 0.0;
+  const NqeErrorCode mapped =
+      model.Detectors()->DataPointToPixel(dataPoint, &pixel);
+  if (mapped != NqeSuccess) return mapped;
+  const double d =
+      pixel - (model.geometry.regionCenterOffset + model.geometry.centerPixel);
+  if (d != 0.0) {
+    grating->centerPixelOffset += d;
+    model.optics.centerPixelOffset += d;
+  }
+  return NqeSuccess;
+}
+
 NqeErrorCode CalcSlopeAdjust(SpectrographModel& model, double a, double b) {
   // No argument check: a = 0 gives an infinite slope, as hosts expect.
   Grating* grating = model.ActiveGrating();

@@ -103,6 +103,7 @@ NqeErrorCode TestWavelength(const SpectrographModel& model, double wavelength,
 NqeErrorCode GratingRotationAngle(const SpectrographModel& model,
                                   double wavelength, double inclusion,
                                   double* angle) {
+  if (angle == nullptr) return NqeNullPointer;
   const WorkingOptics& optics = model.optics;
   const double order = static_cast<double>(optics.order);
   // Degrees halved but taken as radians: the angle hosts have always read.
@@ -115,6 +116,7 @@ NqeErrorCode GratingRotationAngle(const SpectrographModel& model,
 
 NqeErrorCode CenterResolution(const SpectrographModel& model,
                               double* resolution) {
+  if (resolution == nullptr) return NqeNullPointer;
   const double c = model.geometry.centerPixel;
   const double center = model.center.effectiveCenter;
   double first = 0.0;

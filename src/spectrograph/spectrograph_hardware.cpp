@@ -5,6 +5,12 @@
 // Several irregular behaviours are kept because hosts depend on them; each is
 // marked where it happens. Active pointers always point into live list
 // nodes: whatever frees nodes first clears the selections inside them.
+//
+// A model can lack an active spectrograph (an object copy from a manual
+// object leaves none) or turret; every operation that needs one reports
+// 11048 or 11049 then instead of assuming it. Array sizes are compared with
+// count x record size in 64 bits, so a product that would wrap in 32 bits
+// never matches and no record beyond the caller's buffer is read.
 #include <cstdint>
 #include <cstring>
 #include <iterator>

@@ -6,6 +6,7 @@
 //     0.6052285543460698, -0.00015592061237157395, 4.018340860056924e-08
 //     -> 500.6050726739171; drive with s = 0.001 -> 501.10567774659097
 //   effective center for 600 with o = 10 -> 600.5777047945543
+//   for 500 with o = 600 - 512.5 = 87.5 (4 corrections) -> 505.2952782350938
 //   center 602, o = 0: pixel 1 -> 572.0185233739644, pixel 1024 ->
 //     630.9983165770489, span (overlap 2) 56.979793203084455; with B = 600
 //     A = 598 - span * q: q 1 -> 541.0202067969155 (1 step), 1.000001 ->
@@ -40,6 +41,13 @@ TEST_F(Center, EffectiveCenterPutsTheRequestOnTheOffsetCenter) {
   EXPECT_EQ(model().center.effectiveCenter, 500.0);
 }
 
+TEST_F(Center, CenterOffsetMovesTheCenterToTheGivenDataPoint) {
+  ASSERT_EQ(kvx::CalcCenterOffset(model(), 600.0), NqeSuccess);
+  EXPECT_EQ(model().ActiveGrating()->centerPixelOffset, 87.5);
+  ASSERT_EQ(kvx::SetCenterWavelength(model(), 500.0), NqeSuccess);
+  ExpectDigits(model().center.effectiveCenter, 505.2952782350938);
+}
+
 TEST_F(Center, RefusedCentersLeaveTheCenterAlone) {
   ASSERT_EQ(kvx::SetCenterWavelength(model(), 500.0), NqeSuccess);
   const double inf = std::numeric_limits<double>::infinity();
@@ -52,18 +60,15 @@ TEST_F(Center, RefusedCentersLeaveTheCenterAlone) {
 }
 
 TEST_F(Center, StepCountRoundsWithinAMargin) {
-  struct Case {
-    double start;
-    int32_t steps;
-  };
-  for (const Case& c : {Case{541.0202067969155, 1}, Case{541.0201498171224, 1},
-                        Case{541.0190672010515, 2}}) {
+  const double starts[] = {541.0202067969155, 541.0201498171224,
+                           541.0190672010515};
+  for (int i = 0; i < 3; ++i) {
     int32_t steps = -1;
     // Given the wrong way round: the range is swapped.
-    ASSERT_EQ(kvx::GetNumberSteps(model(), 600.0, c.start, 2.0, &steps),
+    ASSERT_EQ(kvx::GetNumberSteps(model(), 600.0, starts[i], 2.0, &steps),
               NqeSuccess);
-    EXPECT_EQ(steps, c.steps);
-    EXPECT_EQ(model().stepping.rangeStart, c.start);
+    EXPECT_EQ(steps, i < 2 ? 1 : 2);
+    EXPECT_EQ(model().stepping.rangeStart, starts[i]);
     EXPECT_EQ(model().stepping.rangeEnd, 600.0);
     EXPECT_EQ(model().center.requestedCenter, 602.0);
   }

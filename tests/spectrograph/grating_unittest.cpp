@@ -81,6 +81,9 @@ TEST_F(Grating, UnreachableAndDegenerateSettings) {
               NqeWavelengthUnreachable);
     EXPECT_TRUE(v == center || (std::isnan(v) && std::isnan(center)));
   }
+  EXPECT_EQ(kvx::CenterResolution(model(), nullptr), NqeNullPointer);
+  EXPECT_EQ(kvx::GratingRotationAngle(model(), 1.0, 30.0, nullptr),
+            NqeNullPointer);
   double limit = -1.0;
   model().optics.inclusionAngle = 181.0;
   EXPECT_EQ(kvx::TestWavelength(model(), 500.0, &limit), NqeAngleOutOfRange);

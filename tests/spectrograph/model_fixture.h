@@ -32,7 +32,6 @@ class ExampleModel : public ::testing::Test {
     m.optics.focalLength = 300.0;
     m.geometry.pixelWidth = 26.0;
     m.geometry.centerPixel = 512.5;
-    m.geometry.numPixels = 1024;
   }
   kvx::SpectrographModel& model() { return *object.Model(); }
 
