@@ -778,6 +778,82 @@ KVX_EXPORT KvxULong KVX_CALL CalibInstallOptimDispParams(CalibHandle handle,
                                                          double* pixelError);
 
 /* ------------------------------------------------------------------------ */
+/* Stepped-spectrum glue (automatic objects)                                */
+/* ------------------------------------------------------------------------ */
+/* Blocks of spectra taken at several center wavelengths are rebinned by
+ * area onto the axis glueStart .. glueEnd with spacing glueStep (the
+ * stepping range and double parameters 68 to 70; glueStart may exceed
+ * glueEnd for a descending axis) and blended with a linear crossfade where
+ * they overlap output already filled. The axis has
+ * trunc(|glueEnd - glueStart| / glueStep + 1.999) points.
+ * X values of a record: its calibration's table when that has exactly
+ * numPoints entries, else xValues. Their unit: the record's calibration's
+ * displayUnit, else the active calibration's (for an output with a
+ * calibration: the current input's calibration's). Inputs need layout 1,
+ * dataType 1 to 8, at least 2 points, the output's frame count, and X
+ * values that are finite and strictly monotonic in either direction (also
+ * after conversion to the output unit). Every glue function returns 11054
+ * on a manual object and 11078 when memory runs out. Caller arrays are
+ * never kept beyond the glue or freed. */
+
+/* Checks the inputs and prepares *output: zeroes it (keeping its
+ * calibration pointer; that record is reinitialised as by
+ * CalibInitializeCalibration, with tableLength = point count), then sets
+ * numPoints to the point count, numFrames to inputs[0].numFrames, dataType 5
+ * and layout 1. The caller then supplies output data (numFrames x numPoints
+ * doubles) and xValues (numPoints doubles) and calls CalibGlueInput.
+ * Returns 0; 11078 inputs or output null or inputCount < 1 (nothing
+ * written); 11079 glueStep below 0.0001 (or NaN), fewer than 2 points or
+ * more than 2^31 - 1 (the output stays zeroed); 11077 an input without X
+ * values. */
+KVX_EXPORT KvxULong KVX_CALL CalibValidateGlue(CalibHandle handle,
+                                               GlueSpectrum* inputs,
+                                               KvxLong inputCount,
+                                               GlueSpectrum* output);
+
+/* Glues all inputs at once into an output prepared by CalibValidateGlue:
+ * zeroes the output data, writes the output X values (glueStart + i x
+ * glueStep, descending when glueStart > glueEnd) and merges the inputs in
+ * order. An input that cannot be glued (outside the range, bad layout or
+ * type) is skipped. Ends any incremental glue under way.
+ * Returns 0; 11078 null/zero arguments, output without data, output
+ * numPoints not the point count or numFrames < 1 (a failed check of the
+ * inputs also gives 11078 unless an incremental glue under way has output
+ * data); 11079; 11077 a record without X values; 11075 an input's frame
+ * count differs from the output's. */
+KVX_EXPORT KvxULong KVX_CALL CalibGlueInput(CalibHandle handle,
+                                            GlueSpectrum* inputs,
+                                            KvxLong inputCount,
+                                            GlueSpectrum* output);
+
+/* Starts an incremental glue into *output, prepared as by CalibValidateGlue
+ * with numFrames frames; discards the coverage of an earlier one. The
+ * caller then supplies output data and an xValues array (required, not
+ * read) and calls CalibGlueIncInput for each block.
+ * Returns 0; 11078 output null or numFrames < 1; 11079 (nothing written on
+ * failure). */
+KVX_EXPORT KvxULong KVX_CALL CalibInitIncStepAndGlue(CalibHandle handle,
+                                                     GlueSpectrum* output,
+                                                     KvxLong numFrames);
+
+/* Merges one block into the output of the incremental glue. Refreshes the
+ * output calibration's unitLabel and sets its valid flag. On failure the
+ * output data and the coverage are unchanged.
+ * Returns 0; 11074 no incremental glue started; 11078 input null, input
+ * data null, fewer than 2 points or frames < 1, output not the record given
+ * to CalibInitIncStepAndGlue or without data, or its numPoints changed;
+ * 11075 frame counts differ; 11076 layout not 1 or dataType not 1 to 8;
+ * 11077 no X values, X values not finite or not strictly monotonic, an
+ * output with a calibration glued against an input without one, or a block
+ * entirely outside the range. */
+KVX_EXPORT KvxULong KVX_CALL CalibGlueIncInput(CalibHandle handle,
+                                               GlueSpectrum* output,
+                                               GlueSpectrum* input);
+
+/* Ends the incremental glue. Returns 0; 11074 when none is under way. */
+KVX_EXPORT KvxULong KVX_CALL CalibCleanupIncGlue(CalibHandle handle);
+
+/* ------------------------------------------------------------------------ */
 /* Calibration point files                                                  */
 /* ------------------------------------------------------------------------ */
 /* An initialisation-style text file: section "CCD_Info" with "Num_Segments",

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "common/ids.h"
+#include "glue/glue_session.h"
 #include "spectrograph/grating_equation.h"
 #include "spectrograph/spec_opt.h"
 

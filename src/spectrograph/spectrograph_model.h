@@ -19,6 +19,7 @@ namespace kvx {
 class DetectorStore;
 class CalibrationStore;
 struct SpecOptStruct;  // the optimisation's state, created by the first run
+class GlueSession;     // the glue's state, created by the first glue call
 
 struct Grating {
   int32_t position = 0;
@@ -197,6 +198,7 @@ class SpectrographModel : public WavelengthSource {
   OptimisationDescriptors descriptors;
   SteppingState stepping;
   std::unique_ptr<SpecOptStruct> optimisation;
+  std::unique_ptr<GlueSession> glue;
 
  private:
   // Appends a spectrograph with one turret holding one grating, as far as
