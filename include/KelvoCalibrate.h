@@ -794,7 +794,12 @@ KVX_EXPORT KvxULong KVX_CALL CalibInstallOptimDispParams(CalibHandle handle,
  * values that are finite and strictly monotonic in either direction (also
  * after conversion to the output unit). Every glue function returns 11054
  * on a manual object and 11078 when memory runs out. Caller arrays are
- * never kept beyond the glue or freed. */
+ * never kept beyond the glue or freed.
+ * A block's first output cell is found by dividing its distance from
+ * glueStart by glueStep and truncating. With a step that is not a binary
+ * fraction (0.1 nm, say) the quotient can fall a hair below a whole number
+ * and the block then lands one cell lower; steps such as 0.125 or 0.0625 nm
+ * with a glueStart on the grid place every block exactly. */
 
 /* Checks the inputs and prepares *output: zeroes it (keeping its
  * calibration pointer; that record is reinitialised as by

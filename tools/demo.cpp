@@ -137,6 +137,9 @@ int main(int argc, char** argv) {
   failures += demo::PeaksAndSpeBlock(file);
   failures += demo::AutomaticCalibration();
   failures += demo::DispersionOptimisation();
+  failures += demo::SteppedGlue(
+      std::string(KVX_EXAMPLES_DIR) + "/lamp-lines.csv",
+      std::string(KVX_DEMO_OUTPUT_DIR) + "/glued-spectrum.csv");
   failures += demo::Parameters();
   return failures == 0 ? 0 : 1;
 }

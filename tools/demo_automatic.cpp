@@ -29,6 +29,8 @@ constexpr double kRangeStart = 400.0;
 constexpr double kRangeEnd = 900.0;
 constexpr double kOverlap = 5.0;
 
+}  // namespace
+
 bool DescribeInstrument(CalibHandle handle) {
   DetectorRecord detector{};
   std::snprintf(detector.name, sizeof detector.name, "CCD 1024 x 26 um");
@@ -67,8 +69,6 @@ bool DescribeInstrument(CalibHandle handle) {
          Check(CalibLoadGratings(handle, gratings, sizeof gratings, 3),
                "CalibLoadGratings");
 }
-
-}  // namespace
 
 int AutomaticCalibration() {
   CalibHandle handle = 0;
