@@ -169,7 +169,7 @@ int SteppedGlue(const std::string& lampFile, const std::string& csvFile) {
     csv << x[k] << ',' << glued[k] << '\n';
   }
   std::printf(
-      "Glued spectrum: %ld points, %.1f - %.1f nm every %.1f nm, written to "
+      "Glued spectrum: %ld points, %.1f - %.1f nm every %.3f nm, written to "
       "%s\n",
       static_cast<long>(output.numPoints), x.front(), x.back(), kGlueStep,
       csvFile.c_str());
