@@ -594,6 +594,271 @@ KVX_EXPORT KvxULong KVX_CALL CalibTestCalibrationFit(CalibHandle handle,
                                                      double* result);
 
 /* ------------------------------------------------------------------------ */
+/* Spectrograph hardware (automatic mode)                                   */
+/* ------------------------------------------------------------------------ */
+/* An automatic object's model keeps spectrographs, each with turrets, each
+ * turret with gratings; one of each is active. Every function of this
+ * family returns 11054 on a manual object before anything else. IDs of
+ * loaded spectrographs, turrets and gratings are the records' IDs. */
+
+/* Replaces the active spectrograph by the record: its turrets (and
+ * gratings) are freed, the active turret and grating become none, and the
+ * spectrographs after it in the list are dropped while the spectrograph
+ * count stays. Its position becomes 1 and its ID the record's. size 0
+ * means 184. Returns 0; 11041 size; 11000 null record; 11055 turrets 0;
+ * 11056 gratings 0; 11057 focal length 0.0; 11058 inclusion angle 0.0;
+ * 11059 scale factor 0.0 (nothing changed on any of these); 11048 no active
+ * spectrograph. */
+KVX_EXPORT KvxULong KVX_CALL CalibLoadSpectrograph(CalibHandle handle,
+                                                   const void* record,
+                                                   KvxLong size);
+
+/* Writes the active spectrograph's ID. Returns 0; 11051 none (*id
+ * untouched); 11000 null id. */
+KVX_EXPORT KvxULong KVX_CALL CalibGetActiveSpectrographID(CalibHandle handle,
+                                                          KvxULong* id);
+
+/* Makes the spectrograph with that ID active; the active turret and grating
+ * do not change. Returns 0; 11043 unknown ID or no spectrographs. */
+KVX_EXPORT KvxULong KVX_CALL CalibSetActiveSpectrographID(CalibHandle handle,
+                                                          KvxULong id);
+
+/* Appends a spectrograph loaded from the record (as CalibLoadSpectrograph)
+ * and writes its new ID to *newId. The ID written is a fresh one, while the
+ * spectrograph takes the record's ID: it is found by the written ID only
+ * when the record carried that value. Afterwards the active spectrograph is
+ * the one active before, with no active turret or grating; the new
+ * spectrograph has no turrets. Returns 0; 11041 size not 184 (0 refused;
+ * *newId 0); 11000 null newId (nothing added); 11042 out of memory (*newId
+ * 0); a load code (the new spectrograph stays with its default turret and
+ * grating, *newId written). */
+KVX_EXPORT KvxULong KVX_CALL CalibAddSpectrograph(CalibHandle handle,
+                                                  const void* record,
+                                                  KvxLong size,
+                                                  KvxULong* newId);
+
+/* Removes the spectrograph with that ID with its turrets and gratings; the
+ * active turret and grating become none; the first spectrograph becomes
+ * active if the removed one was. The last spectrograph is never removed,
+ * only emptied of its turrets. Returns 0, also for an unknown ID; 11043 no
+ * spectrographs. */
+KVX_EXPORT KvxULong KVX_CALL CalibRemoveSpectrographID(CalibHandle handle,
+                                                       KvxULong id);
+
+/* Replaces the active spectrograph's turrets by count TurretRecords (size
+ * in bytes = count x 140); the first becomes active. The new turrets have
+ * no gratings until CalibLoadGratings. Returns 0; 11044 size (nothing
+ * changed); 11048 no active spectrograph; 11000 null array; 11056 a turret
+ * with 0 gratings (the old turrets stay, the first becomes active, yet the
+ * turret count becomes count). */
+KVX_EXPORT KvxULong KVX_CALL CalibLoadTurrets(CalibHandle handle,
+                                              const void* turrets, KvxLong size,
+                                              KvxLong count);
+
+/* Makes turret turretNumber (1-based) of the active spectrograph active; the
+ * active grating becomes none. Returns 0; 11048 no active spectrograph;
+ * 11047 number out of range or not found; 11049 no turrets. */
+KVX_EXPORT KvxULong KVX_CALL CalibSelectTurret(CalibHandle handle,
+                                               KvxLong turretNumber);
+
+/* Replaces the active turret's gratings by count GratingRecords (size in
+ * bytes = count x 208); optics left at 0.0 take the active spectrograph's,
+ * a pixel width of 0.0 the active detector's pixel size. With an exit
+ * mirror each grating is followed by its side-exit copy at positions count
+ * + 1 to 2 x count. The first grating becomes active; nothing is installed.
+ * Returns 0; 11045 size; 11049 no active turret; 11062 count differs from
+ * the turret's number of gratings; 11000 null array; 11046 groove density
+ * -1.0 (the old gratings stay, the first becomes active). */
+KVX_EXPORT KvxULong KVX_CALL CalibLoadGratings(CalibHandle handle,
+                                               const void* gratings,
+                                               KvxLong size, KvxLong count);
+
+/* Makes grating gratingNumber (1-based) of the active turret active (its
+ * side-exit copy while the exit mirror is in position 1) and installs its
+ * optics; the detector's geometry and pixel size are read anew. Returns 0;
+ * 11048; 11049 no active turret; 11047 number out of range or not found;
+ * 11050 the turret has no gratings; a detector code (11000, 11002, 11003,
+ * 11005, 11006, 11007); 11000 no active calibration. */
+KVX_EXPORT KvxULong KVX_CALL CalibSelectGrating(CalibHandle handle,
+                                                KvxLong gratingNumber);
+
+/* Gives the active spectrograph a side exit: a new blank detector and a new
+ * default calibration (neither active) and side-exit copies of every
+ * turret's gratings. Returns 0; 11048; 11060 mirror already present; 11013
+ * / 11022 out of memory; 11062 a turret whose gratings differ from its
+ * declared number (the walk stops there; the mirror stays). */
+KVX_EXPORT KvxULong KVX_CALL CalibAddExitMirror(CalibHandle handle);
+
+/* Does nothing: an exit mirror, once added, stays. Returns 0. */
+KVX_EXPORT KvxULong KVX_CALL CalibRemoveExitMirror(CalibHandle handle);
+
+/* Switches the exit port: position 0 makes the main-exit detector and
+ * calibration active, any other value the side-exit ones (grating
+ * selection picks the side-exit copies only for position 1). Returns 0;
+ * 11048; 11061 no exit mirror; 11012 / 11023 the port's detector or
+ * calibration no longer exists. */
+KVX_EXPORT KvxULong KVX_CALL CalibSetExitMirrorPosition(CalibHandle handle,
+                                                        KvxLong position);
+
+/* ------------------------------------------------------------------------ */
+/* Dispersion target data and optimisation (automatic mode)                 */
+/* ------------------------------------------------------------------------ */
+/* Two known lines are each measured near the left and the right edge of the
+ * active pixel range (target slots 1 and 2: the first line, 3 and 4: the
+ * second). The host sets the spectrograph to each slot's target center
+ * (CalibGetTargetWaveLength), finds the line and stores its pixel with
+ * CalibSetRefCursorPosition; CalibOptimizeSpectrograph then searches focal
+ * length, detector angle and inclusion angle so that the grating model
+ * predicts the lines at the measured pixels. The objective of a parameter
+ * set is the mean of the four wavelength errors with the worst counted
+ * twice, in nm; its pixel error is the objective divided by the nm per
+ * pixel halfway between the two lines. Every function below returns 11054
+ * on a manual object. */
+
+/* Proposes the four measurements: slots 1 and 3 expect their line at
+ * (first + last active pixel) / 2 - 0.45 x active width, slots 2 and 4 at
+ * + 0.45 x width; each slot gets the center that puts its line there (up
+ * to 10 iterations, to 1e-05 nm) and the target center, the wavelength the
+ * active range's center then shows.
+ * Returns 0; 11065 / 11069 a line beyond the rotation limit (nothing
+ * changed); a detector code (11010, 11011, 11006) for the active range (the
+ * target wavelengths and the slots before it are then already written). */
+KVX_EXPORT KvxULong KVX_CALL CalibCalcDispersionTargetData(CalibHandle handle,
+                                                           double firstLine,
+                                                           double secondLine);
+
+/* Optimises against the target slots. Every call replaces the optimisation
+ * state; the search bounds are 0.75..1.25 x the working focal length (steps
+ * of 0.2 mm), the spectrograph's default detector angle +-10 degrees (steps
+ * of 0.05) and 0.9..1.1 x its default inclusion angle (steps of 0.05). The
+ * model's working optics do not change: install a set explicitly.
+ * Writes the best focal length, inclusion angle, detector angle, objective
+ * and pixel error; when any pointer is null nothing is written and 0 is
+ * returned (the results stay readable through CalibGetOptimDispParams).
+ * Returns 0; the codes of CalibValidateSpecOptStruct (nothing written);
+ * 11069 also for spectrograph default angles beyond +-360 degrees; 11048
+ * no active spectrograph; 11065 from the pixel error (pixelError -1.0);
+ * 11071 when no memory is left for the optimisation state (the previous
+ * state stays). */
+KVX_EXPORT KvxULong KVX_CALL CalibOptimizeSpectrograph(
+    CalibHandle handle, double* focalLength, double* inclusionAngle,
+    double* detectorAngle, double* objective, double* pixelError);
+
+/* Writes the initial parameter set of the last optimisation with its
+ * objective and pixel error (-1.0 when not computable).
+ * Returns 0; 11071 no optimisation yet; 11000 a null pointer (nothing
+ * written); 11065 from the pixel error. */
+KVX_EXPORT KvxULong KVX_CALL CalibGetOrigDispParams(
+    CalibHandle handle, double* focalLength, double* inclusionAngle,
+    double* detectorAngle, double* objective, double* pixelError);
+
+/* Writes the focal length, inclusion angle and detector angle the scans
+ * ended on (not the best ones: after a full scan the initial focal length,
+ * the last search's best detector angle and an inclusion angle one step
+ * below the lower bound), with the best objective and the best set's pixel
+ * error. Hosts rely on this; CalibOptimizeSpectrograph and
+ * CalibInstallOptimDispParams give the best set.
+ * Returns as CalibGetOrigDispParams. */
+KVX_EXPORT KvxULong KVX_CALL CalibGetOptimDispParams(
+    CalibHandle handle, double* focalLength, double* inclusionAngle,
+    double* detectorAngle, double* objective, double* pixelError);
+
+/* Installs the initial set into the working optics and the active grating
+ * and writes its objective and pixel error. The effective center is not
+ * recomputed; the next center setting uses the installed optics.
+ * Returns 0; 11071 no optimisation yet; 11000 a null pointer (nothing
+ * installed); 11065 from the pixel error (the set is installed). */
+KVX_EXPORT KvxULong KVX_CALL CalibInstallOrigDispParams(CalibHandle handle,
+                                                        double* objective,
+                                                        double* pixelError);
+
+/* The same with the best set of the last optimisation. */
+KVX_EXPORT KvxULong KVX_CALL CalibInstallOptimDispParams(CalibHandle handle,
+                                                         double* objective,
+                                                         double* pixelError);
+
+/* ------------------------------------------------------------------------ */
+/* Stepped-spectrum glue (automatic objects)                                */
+/* ------------------------------------------------------------------------ */
+/* Blocks of spectra taken at several center wavelengths are rebinned by
+ * area onto the axis glueStart .. glueEnd with spacing glueStep (the
+ * stepping range and double parameters 68 to 70; glueStart may exceed
+ * glueEnd for a descending axis) and blended with a linear crossfade where
+ * they overlap output already filled. The axis has
+ * trunc(|glueEnd - glueStart| / glueStep + 1.999) points.
+ * X values of a record: its calibration's table when that has exactly
+ * numPoints entries, else xValues. Their unit: the record's calibration's
+ * displayUnit, else the active calibration's (for an output with a
+ * calibration: the current input's calibration's). Inputs need layout 1,
+ * dataType 1 to 8, at least 2 points, the output's frame count, and X
+ * values that are finite and strictly monotonic in either direction (also
+ * after conversion to the output unit). Every glue function returns 11054
+ * on a manual object and 11078 when memory runs out. Caller arrays are
+ * never kept beyond the glue or freed.
+ * A block's first output cell is found by dividing its distance from
+ * glueStart by glueStep and truncating. With a step that is not a binary
+ * fraction (0.1 nm, say) the quotient can fall a hair below a whole number
+ * and the block then lands one cell lower; steps such as 0.125 or 0.0625 nm
+ * with a glueStart on the grid place every block exactly. */
+
+/* Checks the inputs and prepares *output: zeroes it (keeping its
+ * calibration pointer; that record is reinitialised as by
+ * CalibInitializeCalibration, with tableLength = point count), then sets
+ * numPoints to the point count, numFrames to inputs[0].numFrames, dataType 5
+ * and layout 1. The caller then supplies output data (numFrames x numPoints
+ * doubles) and xValues (numPoints doubles) and calls CalibGlueInput.
+ * Returns 0; 11078 inputs or output null or inputCount < 1 (nothing
+ * written); 11079 glueStep below 0.0001 (or NaN), fewer than 2 points or
+ * more than 2^31 - 1 (the output stays zeroed); 11077 an input without X
+ * values. */
+KVX_EXPORT KvxULong KVX_CALL CalibValidateGlue(CalibHandle handle,
+                                               GlueSpectrum* inputs,
+                                               KvxLong inputCount,
+                                               GlueSpectrum* output);
+
+/* Glues all inputs at once into an output prepared by CalibValidateGlue:
+ * zeroes the output data, writes the output X values (glueStart + i x
+ * glueStep, descending when glueStart > glueEnd) and merges the inputs in
+ * order. An input that cannot be glued (outside the range, bad layout or
+ * type) is skipped. Ends any incremental glue under way.
+ * Returns 0; 11078 null/zero arguments, output without data, output
+ * numPoints not the point count or numFrames < 1 (a failed check of the
+ * inputs also gives 11078 unless an incremental glue under way has output
+ * data); 11079; 11077 a record without X values; 11075 an input's frame
+ * count differs from the output's. */
+KVX_EXPORT KvxULong KVX_CALL CalibGlueInput(CalibHandle handle,
+                                            GlueSpectrum* inputs,
+                                            KvxLong inputCount,
+                                            GlueSpectrum* output);
+
+/* Starts an incremental glue into *output, prepared as by CalibValidateGlue
+ * with numFrames frames; discards the coverage of an earlier one. The
+ * caller then supplies output data and an xValues array (required, not
+ * read) and calls CalibGlueIncInput for each block.
+ * Returns 0; 11078 output null or numFrames < 1; 11079 (nothing written on
+ * failure). */
+KVX_EXPORT KvxULong KVX_CALL CalibInitIncStepAndGlue(CalibHandle handle,
+                                                     GlueSpectrum* output,
+                                                     KvxLong numFrames);
+
+/* Merges one block into the output of the incremental glue. Refreshes the
+ * output calibration's unitLabel and sets its valid flag. On failure the
+ * output data and the coverage are unchanged.
+ * Returns 0; 11074 no incremental glue started; 11078 input null, input
+ * data null, fewer than 2 points or frames < 1, output not the record given
+ * to CalibInitIncStepAndGlue or without data, or its numPoints changed;
+ * 11075 frame counts differ; 11076 layout not 1 or dataType not 1 to 8;
+ * 11077 no X values, X values not finite or not strictly monotonic, an
+ * output with a calibration glued against an input without one, or a block
+ * entirely outside the range. */
+KVX_EXPORT KvxULong KVX_CALL CalibGlueIncInput(CalibHandle handle,
+                                               GlueSpectrum* output,
+                                               GlueSpectrum* input);
+
+/* Ends the incremental glue. Returns 0; 11074 when none is under way. */
+KVX_EXPORT KvxULong KVX_CALL CalibCleanupIncGlue(CalibHandle handle);
+
+/* ------------------------------------------------------------------------ */
 /* Calibration point files                                                  */
 /* ------------------------------------------------------------------------ */
 /* An initialisation-style text file: section "CCD_Info" with "Num_Segments",
@@ -639,6 +904,410 @@ KVX_EXPORT KvxULong KVX_CALL CalibLoadCalibPoints(const char* fileName,
                                                   CalibPoint* points,
                                                   KvxLong maxPoints);
 
+/* ------------------------------------------------------------------------ */
+/* Parameters                                                               */
+/* ------------------------------------------------------------------------ */
+/* Single fields of an object read and written by numeric ID. Each ID has one
+ * type: I (CalibSetIntParam / CalibGetIntParam), D (CalibSetDoubleParam /
+ * CalibGetDoubleParam), S (CalibSetStrParam / CalibGetStrParam); A marks the
+ * IDs of CalibSetDoubleArray. An ID used with a function of another type, or
+ * with a direction the comment does not name (W write, R read), answers
+ * 11038. IDs marked "model" answer 11054 on a manual object before anything
+ * else. "Detector" is the active detector, "record" the active calibration;
+ * without one, 11010 and 11021. Integer IDs 3 to 9 may be written (no effect,
+ * 0) but not read; ID 10 is written and read without effect (0, nothing
+ * written). IDs 25, 32, 34 and 75 are unused. */
+/* clang-format off */
+enum CalibParam {
+  CalibParamAutomatic = 1,          /* I R: 1 automatic object, 0 manual */
+  CalibParamObjectName = 2,         /* S W R: the object's name */
+  CalibParamDetectorName = 11,      /* S W R: detector name */
+  CalibParamRegionCounter = 12,     /* I R: detector's region counter; W 11039 */
+  CalibParamScanState = 13,         /* I W R: scan pattern on (W: value != 0) */
+  CalibParamPixelSize = 14,         /* D W R: detector pixel size, um; W also
+                                       sets the active grating's pixel width */
+  CalibParamSecondarySize = 15,     /* D W R: detector secondary size */
+  CalibParamNumPixels = 16,         /* I W R: detector pixels; W refreshes the
+                                       model's detector geometry */
+  CalibParamSecondaryCount = 17,    /* I W R: detector secondary count */
+  CalibParamPointCursor = 18,       /* I W R: point 0-9 that IDs 19, 20 reach;
+                                       11066 outside (also R before a W) */
+  CalibParamPointPosition = 19,     /* D A W R: record pointPosition[cursor] */
+  CalibParamPointValue = 20,        /* D A W R: record pointValue[cursor];
+                                       cursor outside 0-9: 11030 */
+  CalibParamUnitLabel = 21,         /* S W R: record unitLabel */
+  CalibParamCalibLabel = 22,        /* S W R: record calibLabel */
+  CalibParamInputUnit = 23,         /* I W R: record inputUnit (W: 4-8) */
+  CalibParamDisplayUnit = 24,       /* I W R: record displayUnit (W: 4-8;
+                                       the label names the previous unit) */
+  CalibParamPolyOrder = 26,         /* I W R: record polyOrder (W: 0-5) */
+  CalibParamPointCount = 27,        /* I R: record pointCount */
+  CalibParamLaserLine = 28,         /* D W R: record laserLine, nm */
+  CalibParamPointCountAlso = 29,    /* I R: record pointCount, as 27 */
+  CalibParamCoefficientCursor = 30, /* I W: coefficient 0-4 that ID 31 reaches */
+  CalibParamCoefficient = 31,       /* D A W R: record coefficients[cursor] */
+  CalibParamPeakThreshold = 33,     /* D W R: peak threshold %, clamped 0-100 */
+  CalibParamSpectrographIndex = 35, /* I W model: select a spectrograph */
+  CalibParamSpectrographName = 36,  /* S W R: active spectrograph's name */
+  CalibParamNumTurrets = 37,        /* I W model: spectrograph's turrets */
+  CalibParamTurretNumber = 38,      /* I W model: select a turret (always 0) */
+  CalibParamTurretName = 39,        /* S W R: active turret's name */
+  CalibParamNumGratings = 40,       /* I W model: spectrograph's gratings */
+  CalibParamGratingNumber = 41,     /* I W model: select a grating (always 0) */
+  CalibParamGratingName = 42,       /* S W R: active grating's name */
+  CalibParamGrooveDensity = 43,     /* D W R model: grating groove density */
+  CalibParamCenterPixelOffset = 44, /* D W R model: grating center offset */
+  CalibParamSlopeAdjust = 45,       /* D W R model: grating slope adjustment */
+  CalibParamFocalLength = 46,       /* D W R model: grating focal length, mm */
+  CalibParamInclusionAngle = 47,    /* D W R model: grating inclusion angle */
+  CalibParamDetectorAngle = 48,     /* D W R model: grating detector angle */
+  CalibParamScaleFactor = 49,       /* D W R model: grating scale factor */
+  CalibParamSpecFocalLength = 50,   /* D W R model: spectrograph default */
+  CalibParamSpecInclusionAngle = 51, /* D W R model: spectrograph default */
+  CalibParamSpecDetectorAngle = 52, /* D W R model: spectrograph default */
+  CalibParamSpecScaleFactor = 53,   /* D W R model: spectrograph default */
+  CalibParamTargets12 = 54,         /* D W R model: target wavelength 1 and 2 */
+  CalibParamTargets34 = 55,         /* D W R model: target wavelength 3 and 4 */
+  CalibParamTargetCenter2 = 56,     /* D W R model: slot 2 target center */
+  CalibParamTargetCenter1 = 57,     /* D W R model: slot 1 target center */
+  CalibParamTargetCenter4 = 58,     /* D W R model: slot 4 target center */
+  CalibParamTargetCenter3 = 59,     /* D W R model: slot 3 target center */
+  CalibParamRefCursor2 = 60,        /* D W R model: slot 2 reference cursor */
+  CalibParamRefCursor1 = 61,        /* D W R model: slot 1 reference cursor */
+  CalibParamRefCursor4 = 62,        /* D W R model: slot 4 reference cursor */
+  CalibParamRefCursor3 = 63,        /* D W R model: slot 3 reference cursor */
+  CalibParamInitialObjective = 64,  /* D W R model: objective before optimising
+                                       (W: accepted, no effect) */
+  CalibParamBestObjective = 65,     /* D W R model: best objective found
+                                       (W: accepted, no effect) */
+  CalibParamCurrentObjective = 66,  /* D R model: objective of current optics */
+  CalibParamModelDisplayUnit = 67,  /* I W R model: as CalibParamDisplayUnit */
+  CalibParamRangeStart = 68,        /* D W R model: stepping / glue start */
+  CalibParamRangeEnd = 69,          /* D W R model: stepping / glue end */
+  CalibParamGlueStep = 70,          /* D W R model: glue spacing */
+  CalibParamOverlap = 71,           /* D W R model: stepping overlap */
+  CalibParamNumSteps = 72,          /* I R model: number of steps */
+  CalibParamModelFlag = 73,         /* I W R model: free flag (W: value != 0) */
+  CalibParamAuxFlag = 74,           /* I W R: free flag (W: value != 0) */
+  CalibParamDataPointCount = 76     /* I R: data points last counted */
+};
+/* clang-format on */
+
+/* Writes an integer parameter. Returns 0; 11038 an ID that is not an
+ * integer ID written by this function; 11039 ID 12; 11066 ID 18 outside
+ * 0-9; 11025 ID 26 outside 0-5; 11047 ID 30 outside 0-4; 11032 IDs 23, 24,
+ * 67 with a unit outside 4-8; 11054 model IDs on a manual object; 11051 IDs
+ * 37, 40 without an active spectrograph; 11010 / 11021 no active detector /
+ * calibration; ID 35: the result of the selection; ID 16 (automatic object):
+ * the detector's code when the geometry cannot be computed (the pixel count
+ * is stored all the same). */
+KVX_EXPORT KvxULong KVX_CALL CalibSetIntParam(CalibHandle handle, KvxLong id,
+                                              KvxLong value);
+
+/* Reads an integer parameter into *value (written only on success).
+ * Returns 0; 11038 not an integer ID read by this function; 11066 ID 18
+ * before a valid cursor was set; 11054 model IDs on a manual object; 11010 /
+ * 11021; 11000 value null. */
+KVX_EXPORT KvxULong KVX_CALL CalibGetIntParam(CalibHandle handle, KvxLong id,
+                                              KvxLong* value);
+
+/* Writes a double parameter. Returns 0; 11038 not a double ID written by
+ * this function; 11066 ID 19 / 11030 ID 20 with the point cursor outside
+ * 0-9; 11031 ID 31 with the coefficient cursor outside 0-4; 11054 model IDs
+ * on a manual object; 11053 IDs 43-49 without an active grating; 11051 IDs
+ * 50-53 without an active spectrograph; 11010 / 11021. IDs 64 and 65 accept
+ * any value and change nothing. */
+KVX_EXPORT KvxULong KVX_CALL CalibSetDoubleParam(CalibHandle handle, KvxLong id,
+                                                 double value);
+
+/* Reads a double parameter into *value (written only on success). Codes as
+ * CalibSetDoubleParam, and 11071 IDs 64, 65 before the first optimisation;
+ * 11000 value null. */
+KVX_EXPORT KvxULong KVX_CALL CalibGetDoubleParam(CalibHandle handle, KvxLong id,
+                                                 double* value);
+
+/* Copies count doubles from array into the active calibration's point
+ * VALUES, for IDs 19, 20 and 31 alike; any other ID does nothing and returns
+ * 0. Nothing is ever read out. Returns 0; 11066 IDs 19, 20 with count
+ * outside 1-10; 11031 ID 31 with count outside 1-5; 11021 no active
+ * calibration; 11000 array null. */
+KVX_EXPORT KvxULong KVX_CALL CalibSetDoubleArray(CalibHandle handle, KvxLong id,
+                                                 double* array, KvxLong count);
+
+/* The same function as CalibSetDoubleArray under a second name: it writes
+ * the caller's array into the point values and reads nothing out. */
+KVX_EXPORT KvxULong KVX_CALL CalibGetDoubleArray(CalibHandle handle, KvxLong id,
+                                                 double* array, KvxLong count);
+
+/* Writes a text parameter (IDs 2, 11, 21, 22, 36, 39, 42): the 128-byte
+ * field is cleared, then min(length, strlen(text), 127) characters are
+ * copied (a negative length copies none). Returns 0; 11038 another ID;
+ * 11048 / 11049 / 11053 IDs 36 / 39 / 42 without a model or without an
+ * active spectrograph / turret / grating; 11010 / 11021; 11000 text null. */
+KVX_EXPORT KvxULong KVX_CALL CalibSetStrParam(CalibHandle handle, KvxLong id,
+                                              const char* text, KvxLong length);
+
+/* Reads a text parameter into buffer: min(length, 127) characters, or the
+ * text with its terminator when that is shorter. When length is not greater
+ * than the text's length the copy is cut and carries NO terminator. A
+ * negative length copies the whole text with its terminator. Codes as
+ * CalibSetStrParam; 11000 buffer null. */
+KVX_EXPORT KvxULong KVX_CALL CalibGetStrParam(CalibHandle handle, KvxLong id,
+                                              char* buffer, KvxLong length);
+
+/* ------------------------------------------------------------------------ */
+/* Grating model (automatic mode)                                           */
+/* ------------------------------------------------------------------------ */
+/* Every function of this section and the next returns 11054 on a manual
+ * object, before anything else. Wavelengths are in nm. The pixel wavelength
+ * follows the grating equation for the selected grating's working optics
+ * (groove density, inclusion angle, detector angle, focal length, focal
+ * plane scale factor) and the detector's pixel size; a groove density of 0
+ * makes every pixel see the center wavelength. */
+
+/* Wavelength of a data point for the center wavelength last given to
+ * CalibSetCenterWavelength through this handle's slot (0.0 if none; the
+ * value stays with the slot across CalibDestroy/CalibCreate), not the
+ * model's own center. The center is written first.
+ * Returns 0; 11000 null output; 11010 / 11011 / 11015 from the data-point
+ * mapping (output: the center); 11065 the center cannot be reached
+ * (output: the center). */
+KVX_EXPORT KvxULong KVX_CALL CalibCalcDataPointWaveLength(CalibHandle handle,
+                                                          double dataPoint,
+                                                          double* wavelength);
+
+/* As CalibCalcDataPointWaveLength, converted from nm into the active
+ * calibration's display unit. On a failure before the conversion *value is
+ * untouched. Returns 0; 11000 null output or no active calibration; the
+ * codes of CalibCalcDataPointWaveLength; 11024 / 11032 from the unit
+ * conversion (the converted number is written). */
+KVX_EXPORT KvxULong KVX_CALL CalibCalcDataPointCalibValue(CalibHandle handle,
+                                                          double dataPoint,
+                                                          double* value);
+
+/* Calibrated value (display unit) of every data point 1..count at the
+ * model's effective center wavelength (see CalibSetCenterWavelength).
+ * Returns 0; 11010 / 11011 no loaded detector; 11020 count differs from the
+ * number of data points; 11003 pixel size 0; 11000 null values; the first
+ * failure of CalibCalcDataPointCalibValue, which ends the loop (later
+ * elements not written). */
+KVX_EXPORT KvxULong KVX_CALL CalibCalcDataPointCalibArray(CalibHandle handle,
+                                                          KvxLong count,
+                                                          double* values);
+
+/* Checks that the grating can be turned to a wavelength and writes the
+ * longest reachable one, sin(90 deg - psi/2) cos(psi/2) 2e6 / (order x
+ * grooves/mm) (0.0 for a groove density 0), to *limit when limit is not
+ * null. Returns 0 (wavelength <= limit; there is no lower bound); 11065
+ * above the limit, NaN or infinite (limit written); 11069 inclusion angle
+ * outside 0..180 degrees (limit untouched). */
+KVX_EXPORT KvxULong KVX_CALL CalibTestWavelength(CalibHandle handle,
+                                                 double wavelength,
+                                                 double* limit);
+
+/* Writes the dispersion at the detector center, |lambda(c + 0.5) -
+ * lambda(c - 0.5)| in nm per pixel for the effective center wavelength (c:
+ * the detector center pixel; the grating's center pixel offset applies).
+ * Returns 0; 11000 null output; 11065 the center cannot be reached (output
+ * untouched). */
+KVX_EXPORT KvxULong KVX_CALL CalibGetCenterResolution(CalibHandle handle,
+                                                      double* resolution);
+
+/* ------------------------------------------------------------------------ */
+/* Center wavelength, stepping, target slots (automatic mode)               */
+/* ------------------------------------------------------------------------ */
+
+/* Sets the spectrograph's center wavelength (nm). The handle's slot keeps
+ * the value for CalibCalcPxlWavLngth, CalibCalcDataPointWaveLength and
+ * CalibCalcDataPointCalibValue even when this call fails (also with 11054).
+ * The model computes the effective center, the wavelength that puts the
+ * requested one on the center of the active pixel range given the
+ * grating's center pixel offset, and the drive value (see
+ * CalibConvertCenterWavelength). Returns 0; 11065 unreachable, NaN or
+ * infinite; 11069 inclusion angle outside 0..180 (nothing stored). */
+KVX_EXPORT KvxULong KVX_CALL CalibSetCenterWavelength(CalibHandle handle,
+                                                      double wavelength);
+
+/* Sets the center as a value in the active calibration's display unit
+ * (converted to nm; a failed conversion takes the value as nm). Does not
+ * change the slot's center wavelength. Codes as CalibSetCenterWavelength. */
+KVX_EXPORT KvxULong KVX_CALL CalibSetCenterCalibValue(CalibHandle handle,
+                                                      double value);
+
+/* Computes the effective center for a center wavelength (up to ten
+ * corrections until one is below 1e-5 nm, only when the center pixel offset
+ * plus the region center offset is not 0) and the drive value (1 + slope
+ * adjustment) x effective center, which the model keeps and writes to
+ * *driveValue when driveValue is not null (also on failure). The requested
+ * center is not changed. Returns 0; 11065 the effective center cannot be
+ * reached. */
+KVX_EXPORT KvxULong KVX_CALL CalibConvertCenterWavelength(CalibHandle handle,
+                                                          double wavelength,
+                                                          double* driveValue);
+
+/* Moves the selected grating's center pixel offset (and the working one)
+ * so that the center wavelength falls on the pixel of `dataPoint`: adds the
+ * pixel minus the center of the active pixel range. The effective center
+ * follows at the next center setting. Returns 0; 11053 no grating
+ * selected; the detector check's codes (11000, 11002, 11003, 11005-11011);
+ * the data-point mapping's codes (11010, 11011). */
+KVX_EXPORT KvxULong KVX_CALL CalibCalcCenterOffset(CalibHandle handle,
+                                                   double dataPoint);
+
+/* Scales the slope adjustment s of the selected grating (and of the working
+ * optics) to (s + 1) b / a - 1, e.g. a = drive reading, b = true center.
+ * Arguments are not checked (a = 0 gives an infinite slope). Returns 0;
+ * 11053 no grating selected. */
+KVX_EXPORT KvxULong KVX_CALL CalibCalcSlopeAdjust(CalibHandle handle, double a,
+                                                  double b);
+
+/* Number of center settings needed to cover start..end (calibration units;
+ * swapped when start > end) with spectra overlapping by `overlap`. Sets the
+ * center to end + overlap and leaves it there; stores the range and the
+ * overlap (also the glue range). Returns 0; 11000 null steps; 11073 one
+ * spectrum is not wider than the overlap (nothing stored); 11047 a count
+ * beyond 32 bits or a NaN range (nothing stored). */
+KVX_EXPORT KvxULong KVX_CALL CalibGetNumberSteps(CalibHandle handle,
+                                                 double start, double end,
+                                                 double overlap,
+                                                 KvxLong* steps);
+
+/* Recomputes the steps of the stored range and writes the center of each
+ * (calibration units) to values[0..count-1]; the first spectrum begins at
+ * start - overlap, neighbours overlap by `overlap`. The center stays at
+ * end + overlap. Returns the recount's code (0 or 11073); 11072 count
+ * differs from the number of steps (values untouched); 11000 null values;
+ * 11022 out of memory. */
+KVX_EXPORT KvxULong KVX_CALL CalibGetStepCenterValues(CalibHandle handle,
+                                                      KvxLong count,
+                                                      double* values);
+
+/* Replaces the active calibration's record (node and ID stay) by a fourth-
+ * order fit through the model's wavelengths at the first pixel, the quarter
+ * points and the last pixel for the effective center, keeping the display
+ * unit, laser line and unit label. Returns 0; 11000 / 11002 / 11003 / 11005
+ * - 11009 from the detector check; 11065 unreachable center; a validation
+ * code; 11000 no active calibration record; 11022 out of memory. */
+KVX_EXPORT KvxULong KVX_CALL CalibSetupSpecCalArray(CalibHandle handle);
+
+/* Target slots 1..4 of a dispersion measurement; each call makes the slot
+ * the one last addressed. Return 0; 11047 slot outside 1..4 (nothing
+ * changed); 11000 null output. */
+KVX_EXPORT KvxULong KVX_CALL CalibSetRefCursorPosition(CalibHandle handle,
+                                                       KvxLong slot,
+                                                       double pixel);
+KVX_EXPORT KvxULong KVX_CALL CalibGetRefCursorPosition(CalibHandle handle,
+                                                       KvxLong slot,
+                                                       double* pixel);
+/* Records the target center wavelength and the effective center the model
+ * computes for it, then restores the spectrograph's center. A wavelength
+ * the grating cannot reach still returns 0 and records the effective
+ * center of the current center. */
+KVX_EXPORT KvxULong KVX_CALL CalibSetTargetWaveLength(CalibHandle handle,
+                                                      KvxLong slot,
+                                                      double wavelength);
+/* Writes the slot's target center wavelength. */
+KVX_EXPORT KvxULong KVX_CALL CalibGetTargetWaveLength(CalibHandle handle,
+                                                      KvxLong slot,
+                                                      double* wavelength);
+
+/* ------------------------------------------------------------------------ */
+/* SPE calibration blocks                                                   */
+/* ------------------------------------------------------------------------ */
+/* A 504-byte SpeCalibrationBlock (KVX_SPE_* offsets) carries a calibration
+ * and up to 10 regions of the active detector. Load and dump are
+ * deliberately not inverses: the load reads region k (start, width, divisor)
+ * as startPixel start - 1, binning width / divisor, numGroups divisor; the
+ * dump writes (startPixel, numGroups * binning, binning). The polynomial
+ * order is always 1 in both directions. */
+
+/* Makes the block the active calibration and the active detector's scan
+ * pattern. The record is built from the block: order 1 whatever the block
+ * holds, point count lowered to 10 (a negative count stays), enabled unless
+ * the enabled code is 3, the first 40 bytes of both labels. A table needs a
+ * non-null pointer and a length above 0 (a negative length loads as no
+ * table); its doubles are copied, the host's array stays the host's. The
+ * record is validated (fitting off, positions as pixels); then the regions
+ * replace the scan pattern, list ending at the first start of 0: each
+ * region first sets the detector's pixel count to start + width, and the
+ * count stays at the last region's end; a block without regions empties the
+ * pattern (pixel count unchanged). Last, the active calibration's record is
+ * replaced in place.
+ * Returns 0; 11037 size not 504; 11010 no active detector; 11000 null block
+ * or no active calibration record; every code of CalibValidateCalibration
+ * (nothing changed); 11008 a region with divisor 0 or no pixels per group,
+ * 11006 a region outside the detector (start 1 or below, or an end that
+ * overflows), 11005 overlapping regions (each with the old scan pattern, its
+ * count and the pixel count restored and the calibration unchanged); 11022
+ * when memory runs out. */
+KVX_EXPORT KvxULong KVX_CALL CalibLoadSPECalibration(CalibHandle handle,
+                                                     void* block, KvxLong size);
+
+/* Fills the caller's block from the active calibration and the active
+ * detector's first 10 regions; bytes of no field are zero. Point values in
+ * angstroms or microns (inputUnit exactly 8 or 9) are written in nanometres
+ * with input unit 4; a display unit 8 or 9 is written as 4 (label
+ * unchanged); polynomial unit 4 and order 1 always; enabled code 2 or 3.
+ * A table (non-null, length above 0) is handed out as a NEW array owned by
+ * the host from then on: release it with KvxFreeSPECalibrationTable. In
+ * 64-bit builds the pointer takes bytes 64 to 71 and the length moves to
+ * 72 (KVX_SPE_TABLE_LENGTH).
+ * Returns 0; 11037 size not 504 (nothing written); 11000 null block or no
+ * active calibration record; 11032 / 11024 when the last unit conversion
+ * failed (the block is still written); 11022 when memory runs out (nothing
+ * written). */
+KVX_EXPORT KvxULong KVX_CALL CalibDumpSPECalibration(CalibHandle handle,
+                                                     void* block, KvxLong size);
+
+/* Extension (ordinal 106). No handle. Releases the table that
+ * CalibDumpSPECalibration handed out in this block and sets the block's
+ * table pointer and length to 0. A null table pointer is allowed. Only
+ * pointers written by a dump may be released this way, once.
+ * Returns 0; 11037 size not 504; 11000 null block. */
+KVX_EXPORT KvxULong KVX_CALL KvxFreeSPECalibrationTable(void* block,
+                                                        KvxLong size);
+
+/* ------------------------------------------------------------------------ */
+/* Peaks                                                                    */
+/* ------------------------------------------------------------------------ */
+/* Peaks are found on the curvature c[k] = 2 d[k] - d[k-2] - d[k+2] (indexes
+ * clamped to the data) of the samples d, above a threshold of
+ * peakThresholdPercent (parameter, default 2.0) percent of the largest
+ * curvature. A peak's position is the data point (1-based, fractional)
+ * where its area above a straight baseline between the curvature valleys
+ * around it is split in half. A spectrum without samples (data null or
+ * count 0 or below) is success with nothing written. Samples of an unknown
+ * dataType are taken as zeros (no peak). */
+
+/* Finds the peaks of the spectrum and keeps the strongest maxPeaks of them
+ * (by curvature; on equal strength the earlier one goes first) in the order
+ * they were found. Writes every one of the maxPeaks slots: the positions
+ * (0.0 in slots not filled) and in values the calibrated value of each
+ * position through the active calibration's own record (also in automatic
+ * mode; conversion codes are ignored and a failed conversion leaves the
+ * slot's peak height). *peakCount receives the number of all peaks found,
+ * also those not kept. maxPeaks 0 or below only counts.
+ * Returns 0; 11000 null spectrum, null peakCount, or a null array while
+ * maxPeaks is above 0 (nothing written); 11022 when memory for the samples
+ * runs out (nothing written). */
+KVX_EXPORT KvxULong KVX_CALL CalibFindPeaks(CalibHandle handle,
+                                            SpectrumData* spectrum,
+                                            double* positions, double* values,
+                                            KvxLong maxPeaks,
+                                            KvxLong* peakCount);
+
+/* Writes the position of the peak nearest to the data point start (taken
+ * truncated): the peak start lies on, else the closer of the next and the
+ * previous peak, the next one on equal distance. When no valley closes the
+ * peak, 0.0 is written.
+ * Returns 0; 11000 null spectrum or position; 11063 start outside 1 to
+ * count + 1 (exclusive), also NaN; 11064 no peak on either side; 11022
+ * when memory for the samples runs out. */
+KVX_EXPORT KvxULong KVX_CALL CalibFindNearestPeak(CalibHandle handle,
+                                                  SpectrumData* spectrum,
+                                                  double start,
+                                                  double* position);
+
 #ifdef __cplusplus
 } /* extern "C" */
 
@@ -659,6 +1328,33 @@ KVX_EXPORT NqeErrorCode KVX_CALL CalibAddX_ROI(CalibHandle handle,
 KVX_EXPORT NqeErrorCode KVX_CALL CalibCalibratedPixelArray(CalibHandle handle,
                                                            KvxLong count,
                                                            double* values);
+
+/* Calibrated value (display unit) of every pixel 1..count at the model's
+ * effective center wavelength. Failures of single pixels are ignored: a
+ * center the grating cannot reach leaves the array untouched, a failed
+ * unit conversion leaves what it wrote. Returns 0; 11054 manual object;
+ * 11019 count differs from the pixel count; 11003 pixel size 0; 11000 null
+ * values. */
+KVX_EXPORT NqeErrorCode KVX_CALL CalibCalcCalibPixelArray(CalibHandle handle,
+                                                          KvxLong count,
+                                                          double* values);
+
+/* Wavelength (nm, no unit conversion) of a pixel for the center wavelength
+ * last given to CalibSetCenterWavelength through this handle's slot (0.0 if
+ * none). Returns 0; 11054 manual object; 11000 null output; 11065 the
+ * center cannot be reached (output: the center). */
+KVX_EXPORT NqeErrorCode KVX_CALL CalibCalcPxlWavLngth(CalibHandle handle,
+                                                      double pixel,
+                                                      double* wavelength);
+
+/* Writes asin(order x grooves/mm x wavelength x 1e-6 / (2 cos(psi / 2))),
+ * in radians, with the inclusion angle psi in degrees taken as radians in
+ * the cosine, as hosts of this interface have always received it (psi = 30
+ * gives a negative angle). Returns 0; 11054 manual object; 11000 null
+ * output; 11065 when |sine| >= 1 (output untouched). */
+KVX_EXPORT NqeErrorCode KVX_CALL CalibGratingRotationAngle(CalibHandle handle,
+                                                           double wavelength,
+                                                           double* angle);
 
 /* Pixel of a calibrated value, clamped to 0.5 .. N + 0.5. Returns 0; 11002
  * no pixels or no active detector; a conversion code. */
@@ -713,6 +1409,11 @@ KVX_EXPORT NqeErrorCode KVX_CALL CalibRetrieveX_ROI(CalibHandle handle,
                                                     KvxLong id, X_ROI* region,
                                                     KvxLong size);
 
+/* CalibSelectTurret(turretNumber), then CalibSelectGrating(gratingNumber);
+ * returns the first failure or 0. */
+KVX_EXPORT NqeErrorCode KVX_CALL CalibSetGratingByIndexNum(
+    CalibHandle handle, KvxLong turretNumber, KvxLong gratingNumber);
+
 /* Checks an array of regions against a pixel count; keeps nothing.
  * Returns 0; 11000 null; 11008 count 0 / binning 0 / width not a multiple;
  * 11002 numPixels 0; 11009 regionBytes / count not 16; 11006; 11005. */
@@ -721,6 +1422,19 @@ KVX_EXPORT NqeErrorCode KVX_CALL CalibValidateXScanPattern(CalibHandle handle,
                                                            KvxLong regionBytes,
                                                            KvxLong count,
                                                            KvxLong numPixels);
+
+/* Checks the four target slots in order: a reference cursor below 1.0 or
+ * not below the number of pixels (also NaN) gives 11016; a target or target
+ * center beyond the rotation limit 11065 (11069 for an inclusion angle
+ * outside 0..180 degrees); a negative target or a target center below
+ * -3000 nm 11065. Returns 0 or the first failure; 11054 manual object. */
+KVX_EXPORT NqeErrorCode KVX_CALL CalibValidateTargetData(CalibHandle handle);
+
+/* CalibValidateTargetData, then the optimisation state of the last
+ * CalibOptimizeSpectrograph: 11071 none; 11070 working focal length not in
+ * (0, 10000]; 11069 working detector angle not in (-90, 90) or inclusion
+ * angle not in [0, 90). Returns 0 or the first failure. */
+KVX_EXPORT NqeErrorCode KVX_CALL CalibValidateSpecOptStruct(CalibHandle handle);
 #endif /* __cplusplus */
 
 /* ------------------------------------------------------------------------ */
@@ -759,6 +1473,14 @@ KVX_AT(CalibrationRecord, factor, 512);
 KVX_AT(CalibrationRecord, valid, 520);
 KVX_AT(CalibrationRecord, enabled, 521);
 KVX_STATIC_ASSERT(sizeof(SpeCalibrationBlock) == 504, "SpeCalibrationBlock");
+/* The table pointer fits between its offset and the length, the length
+ * before the valid byte; in 64-bit builds the pointer is 8-byte aligned. */
+KVX_STATIC_ASSERT(KVX_SPE_TABLE % sizeof(void*) == 0, "SPE table alignment");
+KVX_STATIC_ASSERT(KVX_SPE_TABLE + sizeof(void*) <= KVX_SPE_TABLE_LENGTH,
+                  "SPE table pointer");
+KVX_STATIC_ASSERT(KVX_SPE_TABLE_LENGTH + 4 <= KVX_SPE_VALID,
+                  "SPE table length");
+KVX_STATIC_ASSERT(KVX_SPE_REGIONS + 120 == 504, "SPE regions");
 KVX_STATIC_ASSERT(sizeof(SpectrumData) == 16, "SpectrumData");
 KVX_AT(SpectrumData, dataType, 12);
 KVX_STATIC_ASSERT(sizeof(CalibPoint) == 16, "CalibPoint");
@@ -766,6 +1488,8 @@ KVX_AT(CalibPoint, wavelength, 8);
 KVX_STATIC_ASSERT(sizeof(SpectrographRecord) == 184, "SpectrographRecord");
 KVX_AT(SpectrographRecord, name, 12);
 KVX_AT(SpectrographRecord, focalLength, 152);
+KVX_AT(SpectrographRecord, inclusionAngle, 160);
+KVX_AT(SpectrographRecord, detectorAngle, 168);
 KVX_AT(SpectrographRecord, scaleFactor, 176);
 KVX_STATIC_ASSERT(sizeof(TurretRecord) == 140, "TurretRecord");
 KVX_AT(TurretRecord, turretId, 4);
@@ -773,6 +1497,8 @@ KVX_AT(TurretRecord, numGratings, 136);
 KVX_STATIC_ASSERT(sizeof(GratingRecord) == 208, "GratingRecord");
 KVX_AT(GratingRecord, grooveDensity, 136);
 KVX_AT(GratingRecord, centerPixelOffset, 152);
+KVX_AT(GratingRecord, focalLength, 168);
+KVX_AT(GratingRecord, scaleFactor, 192);
 KVX_AT(GratingRecord, pixelWidth, 200);
 #if KVX_PTR64
 KVX_AT(DetectorRecord, regionCount, 168);

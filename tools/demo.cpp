@@ -134,5 +134,12 @@ int main(int argc, char** argv) {
   const std::string file =
       argc > 1 ? argv[1] : std::string(KVX_EXAMPLES_DIR) + "/neon-1024.cal";
   int failures = demo::ManualCalibration(file);
+  failures += demo::PeaksAndSpeBlock(file);
+  failures += demo::AutomaticCalibration();
+  failures += demo::DispersionOptimisation();
+  failures += demo::SteppedGlue(
+      std::string(KVX_EXAMPLES_DIR) + "/lamp-lines.csv",
+      std::string(KVX_DEMO_OUTPUT_DIR) + "/glued-spectrum.csv");
+  failures += demo::Parameters();
   return failures == 0 ? 0 : 1;
 }

@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Builds the native configuration (build/) and runs the demo program: a
-# detector with two regions of interest, a lamp calibration read from a
-# calibration point file, and the resulting wavelength axis. Arguments go to
-# the demo (a calibration point file of your own, for instance).
+# calibration session on the sample data in examples/ (manual calibration
+# from a calibration point file, peaks, SPE block, automatic mode, stepping,
+# optimisation, glue, parameters; see README.md). Arguments go to the demo
+# (a calibration point file of your own, for instance).
 set -euo pipefail
 
 KVX_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)

@@ -56,3 +56,33 @@ kvx_configure() {
   fi
   cmake -S "$KVX_ROOT" -B "$dir" "${generator[@]}" "$@"
 }
+
+# kvx_ensure_wine: Wine with its 32-bit part, to run the Windows DLL. The
+# i386 architecture is added first; its security index can lag behind the
+# amd64 one, so 'apt-get update' exiting 100 is only a warning here, and the
+# i386 packages come from the bookworm release itself.
+kvx_ensure_wine() {
+  if [ "${KVX_SKIP_PACKAGES:-0}" = 1 ] ||
+    { command -v wine >/dev/null 2>&1 &&
+      dpkg-query -W -f='${Status}' wine32:i386 2>/dev/null |
+      grep -q 'install ok installed'; }; then
+    return 0
+  fi
+  if [ "$(id -u)" -ne 0 ]; then
+    echo "error: Wine is missing; as root: dpkg --add-architecture i386 &&" \
+      "apt-get update && apt-get install -t bookworm wine wine32:i386" >&2
+    return 1
+  fi
+  echo "Installing Wine (wine, wine32:i386)"
+  dpkg --add-architecture i386 || return 1
+  local rc=0
+  DEBIAN_FRONTEND=noninteractive apt-get update -qq || rc=$?
+  if [ "$rc" -ne 0 ]; then
+    echo "warning: apt-get update exited $rc (i386 index lagging); going on" >&2
+  fi
+  if ! DEBIAN_FRONTEND=noninteractive apt-get install -y -qq \
+    --no-install-recommends -t bookworm wine wine32:i386; then
+    echo "error: could not install Wine" >&2
+    return 1
+  fi
+}

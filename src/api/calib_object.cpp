@@ -3,6 +3,8 @@
 #include <cstring>
 
 #include "calibfile/calib_point_file.h"
+#include "calibration/units.h"
+#include "spectrograph/grating_equation.h"
 
 namespace kvx {
 
@@ -169,6 +171,91 @@ NqeErrorCode CalibObject::LoadCalibFile(const char* fileName, int16_t version,
                                         double laserLine) {
   return kvx::LoadCalibFile(*calibrations_, fileName, version, segment,
                             wavelengthOffset, laserLine);
+}
+
+}  // namespace kvx
+
+// --- grating model -----------------------------------------------------------
+
+namespace kvx {
+
+NqeErrorCode CalibObject::ToDisplayUnit(double wavelength,
+                                        double* value) const {
+  *value = wavelength;
+  const CalibrationRecord* record = calibrations_->ActiveRecord();
+  if (record == nullptr) return NqeNullPointer;
+  return calibrations_->ConvertUnits(CalibUnitNanometers, record->displayUnit,
+                                     wavelength, value);
+}
+
+NqeErrorCode CalibObject::CalcPxlWavLngth(double center, double pixel,
+                                          double* value) {
+  if (!spectrograph_) return NqeNoSpectrographModel;
+  if (value == nullptr) return NqeNullPointer;
+  return PixelWavelength(*spectrograph_, center, pixel, value);
+}
+
+NqeErrorCode CalibObject::CalcDataPointWaveLength(double center,
+                                                  double dataPoint,
+                                                  double* value) {
+  if (!spectrograph_) return NqeNoSpectrographModel;
+  if (value == nullptr) return NqeNullPointer;
+  return DataPointWavelength(*spectrograph_, center, dataPoint, value);
+}
+
+NqeErrorCode CalibObject::CalcDataPointCalibValue(double center,
+                                                  double dataPoint,
+                                                  double* value) {
+  if (!spectrograph_) return NqeNoSpectrographModel;
+  if (value == nullptr) return NqeNullPointer;
+  double wavelength = 0.0;
+  const NqeErrorCode code =
+      DataPointWavelength(*spectrograph_, center, dataPoint, &wavelength);
+  if (code != NqeSuccess) return code;  // the caller's value stays
+  return ToDisplayUnit(wavelength, value);
+}
+
+NqeErrorCode CalibObject::CalcDataPointCalibArray(int32_t count,
+                                                  double* values) {
+  if (!spectrograph_) return NqeNoSpectrographModel;
+  int32_t dataPoints = 0;
+  const NqeErrorCode counted = detectors_->CountDataPoints(&dataPoints);
+  if (counted != NqeSuccess) return counted;
+  if (dataPoints != count) return NqeDataPointCountMismatch;
+  if (detectors_->ActivePixelSize() == 0.0) return NqeZeroPixelSize;
+  if (values == nullptr && count > 0) return NqeNullPointer;
+  const double center = spectrograph_->center.effectiveCenter;
+  // Stops at the first failure, unlike the pixel array.
+  for (int32_t i = 0; i < count; ++i) {
+    const NqeErrorCode code = CalcDataPointCalibValue(
+        center, static_cast<double>(i) + 1.0, &values[i]);
+    if (code != NqeSuccess) return code;
+  }
+  return NqeSuccess;
+}
+
+NqeErrorCode CalibObject::CalcCalibPixelArray(int32_t count, double* values) {
+  if (!spectrograph_) return NqeNoSpectrographModel;
+  if (detectors_->ActiveNumPixels() != count) return NqePixelCountMismatch;
+  if (detectors_->ActivePixelSize() == 0.0) return NqeZeroPixelSize;
+  if (values == nullptr && count > 0) return NqeNullPointer;
+  // Failures of single pixels are ignored and the array always succeeds,
+  // unlike the data-point array: a pixel the grating cannot reach keeps the
+  // caller's value, a failed unit conversion leaves what it wrote.
+  const double center = spectrograph_->center.effectiveCenter;
+  if (PixelWavelengths(*spectrograph_, center, count, values) != NqeSuccess) {
+    return NqeSuccess;
+  }
+  const CalibrationRecord* record = calibrations_->ActiveRecord();
+  // Nanometres need no conversion (it would return every value unchanged).
+  if (record == nullptr ||
+      MaskUnit(record->displayUnit) == CalibUnitNanometers) {
+    return NqeSuccess;
+  }
+  for (int32_t i = 0; i < count; ++i) {
+    (void)ToDisplayUnit(values[i], &values[i]);
+  }
+  return NqeSuccess;
 }
 
 }  // namespace kvx

@@ -31,6 +31,8 @@ class CalibObject {
   SpectrographModel* Model() { return spectrograph_.get(); }
   bool IsAutomatic() const { return isAutomatic_ != 0; }
   const char* Name() const { return name_; }
+  // The 128-character name field, written by the text parameter 2.
+  char* NameField() { return name_; }
 
   // --- operations with logic of their own ------------------------------------
   NqeErrorCode RemoveDetectorId(uint32_t id);
@@ -44,7 +46,21 @@ class CalibObject {
                              int32_t segment, double wavelengthOffset,
                              double laserLine);
 
+  // --- grating model: single values with the center the frame passes, and
+  // whole arrays at the model's effective center (11054 without a model) ---
+  NqeErrorCode CalcPxlWavLngth(double center, double pixel, double* value);
+  NqeErrorCode CalcDataPointWaveLength(double center, double dataPoint,
+                                       double* value);
+  NqeErrorCode CalcDataPointCalibValue(double center, double dataPoint,
+                                       double* value);
+  NqeErrorCode CalcDataPointCalibArray(int32_t count, double* values);
+  NqeErrorCode CalcCalibPixelArray(int32_t count, double* values);
+
  private:
+  // A nanometre value in the active calibration's display unit; 11000
+  // without an active calibration (result: the input).
+  NqeErrorCode ToDisplayUnit(double wavelength, double* value) const;
+
   std::unique_ptr<DetectorStore> detectors_;
   std::unique_ptr<CalibrationStore> calibrations_;
   std::unique_ptr<SpectrographModel> spectrograph_;

@@ -5,20 +5,7 @@
 #include "KelvoCalibrate.h"
 #include "api/export_frame.h"
 
-namespace {
-
-// The interface's unsigned long is not uint32_t on every platform; IDs pass
-// through a local of the store's type. A null pointer reaches the store as
-// null and is refused there.
-template <class Op>
-NqeErrorCode WithId(KvxULong* id, Op&& op) {
-  uint32_t local = 0;
-  const NqeErrorCode code = op(id != nullptr ? &local : nullptr);
-  if (id != nullptr) *id = static_cast<KvxULong>(local);
-  return code;
-}
-
-}  // namespace
+using kvx::WithId;
 
 extern "C" {
 

@@ -91,13 +91,12 @@ class CalibrationStore {
   NqeErrorCode ConvertUnits(int32_t source, int32_t target, double value,
                             double* result) const;
 
-  // --- state of the parameter interface and the peak search ------------------
+  // --- state of the parameter interface -------------------------------------
   int32_t pointCursor = -1;
   int32_t coefficientCursor = 0;
+  // Percentage of the largest curvature a peak must exceed; read by the peak
+  // search, set (clamped to 0 to 100) by the parameter interface.
   double peakThresholdPercent = 2.0;
-  int32_t peakDataCount = 0;
-  std::vector<double> peakData;
-  std::vector<double> peakCurvature;
 
  private:
   // A copy of the record's table, or null when it has none (null pointer or

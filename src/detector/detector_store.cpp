@@ -236,6 +236,17 @@ NqeErrorCode DetectorStore::AddDetector(const void* record, int32_t size,
   return loaded;
 }
 
+NqeErrorCode DetectorStore::AddBlankDetector(uint32_t* newId) {
+  try {
+    const uint32_t id = AppendBlankEntry().detectorId;
+    ++detectorCount_;
+    if (newId != nullptr) *newId = id;
+    return NqeSuccess;
+  } catch (const std::bad_alloc&) {
+    return NqeDetectorAllocFailed;
+  }
+}
+
 NqeErrorCode DetectorStore::RemoveDetectorId(uint32_t id) {
   if (entries_.empty()) return NqeDetectorNotFound;
   auto found = entries_.begin();

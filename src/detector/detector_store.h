@@ -61,6 +61,10 @@ class DetectorStore {
   NqeErrorCode SetActiveDetectorId(uint32_t id);
   NqeErrorCode AddDetector(const void* record, int32_t size, uint32_t* newId);
   NqeErrorCode RemoveDetectorId(uint32_t id);
+  // Appends a blank entry with a fresh ID, as an add does before it loads
+  // (the side exit of an exit mirror); the active entry does not change.
+  // 11013 when memory runs out.
+  NqeErrorCode AddBlankDetector(uint32_t* newId);
 
   // --- queries for the other parts --------------------------------------
   NqeErrorCode ValidateActiveDetector(bool checkRegions);

@@ -7,30 +7,43 @@
 
 namespace kvx {
 
+NqeErrorCode GratingSetting::Prepare(const SpectrographModel& model,
+                                     double center, double inclusion,
+                                     double detectorAngle, double focalLength) {
+  const WorkingOptics& optics = model.optics;
+  center_ = center;
+  flat_ = optics.order == 0 || optics.grooveDensity == 0.0;
+  if (flat_) return NqeSuccess;
+  const double order = static_cast<double>(optics.order);
+  const double phi = inclusion * kHalfDegree;
+  const double gamma = detectorAngle * kDegree;
+  const double s =
+      order * optics.grooveDensity * center * 1e-06 / (2.0 * std::cos(phi));
+  // Negated so that a NaN center is refused too.
+  if (!(std::fabs(s) < 1.0)) return NqeWavelengthUnreachable;
+  const double theta = std::asin(s);
+  const double alpha = theta - phi;
+  pixelScale_ = optics.scaleFactor * model.geometry.pixelWidth;
+  focalLength_ = focalLength;
+  tilted_ = gamma != 0.0;
+  cosGamma_ = std::cos(gamma);
+  sinGamma_ = std::sin(gamma);
+  thetaPlusPhi_ = theta + phi;
+  sinAlpha_ = std::sin(alpha);
+  wavelengthScale_ = 1000000.0 / (order * optics.grooveDensity);
+  return NqeSuccess;
+}
+
 NqeErrorCode WavelengthAtPixel(const SpectrographModel& model, double center,
                                double pixelOffset, double inclusion,
                                double detectorAngle, double focalLength,
                                double* wavelength) {
   *wavelength = center;
-  const WorkingOptics& optics = model.optics;
-  const double order = static_cast<double>(optics.order);
-  if (optics.order == 0 || optics.grooveDensity == 0.0) return NqeSuccess;
-  const double phi = inclusion * kHalfDegree;
-  const double gamma = detectorAngle * kDegree;
-  const double s =
-      order * optics.grooveDensity * center * 1e-06 / (2.0 * std::cos(phi));
-  if (!(std::fabs(s) < 1.0)) return NqeWavelengthUnreachable;
-  const double theta = std::asin(s);
-  const double alpha = theta - phi;
-  const double x =
-      optics.scaleFactor * model.geometry.pixelWidth * pixelOffset * 0.001;
-  const double delta =
-      gamma == 0.0
-          ? std::atan(x / focalLength)
-          : std::atan(x * std::cos(gamma) / (focalLength + x * std::sin(gamma)));
-  const double beta = theta + phi + delta;
-  *wavelength = (std::sin(alpha) + std::sin(beta)) *
-                (1000000.0 / (order * optics.grooveDensity));
+  GratingSetting setting;
+  const NqeErrorCode code =
+      setting.Prepare(model, center, inclusion, detectorAngle, focalLength);
+  if (code != NqeSuccess) return code;
+  *wavelength = setting.At(pixelOffset);
   return NqeSuccess;
 }
 
@@ -42,6 +55,21 @@ NqeErrorCode PixelWavelength(const SpectrographModel& model, double center,
       pixel - (model.geometry.centerPixel + optics.centerPixelOffset),
       optics.inclusionAngle, optics.detectorAngle, optics.focalLength,
       wavelength);
+}
+
+NqeErrorCode PixelWavelengths(const SpectrographModel& model, double center,
+                              int32_t count, double* wavelengths) {
+  const WorkingOptics& optics = model.optics;
+  GratingSetting setting;
+  const NqeErrorCode code =
+      setting.Prepare(model, center, optics.inclusionAngle,
+                      optics.detectorAngle, optics.focalLength);
+  if (code != NqeSuccess) return code;
+  const double origin = model.geometry.centerPixel + optics.centerPixelOffset;
+  for (int32_t i = 0; i < count; ++i) {
+    wavelengths[i] = setting.At((static_cast<double>(i) + 1.0) - origin);
+  }
+  return NqeSuccess;
 }
 
 NqeErrorCode DataPointWavelength(const SpectrographModel& model, double center,
@@ -66,7 +94,39 @@ NqeErrorCode TestWavelength(const SpectrographModel& model, double wavelength,
   const double reach =
       lines == 0.0 ? 0.0 : std::sin(q) * std::cos(phi) * 2000000.0 / lines;
   if (limit != nullptr) *limit = reach;
+  // No lower bound for finite wavelengths; NaN and infinities are never
+  // reachable.
+  if (!std::isfinite(wavelength)) return NqeWavelengthUnreachable;
   return wavelength <= reach ? NqeSuccess : NqeWavelengthUnreachable;
+}
+
+NqeErrorCode GratingRotationAngle(const SpectrographModel& model,
+                                  double wavelength, double inclusion,
+                                  double* angle) {
+  if (angle == nullptr) return NqeNullPointer;
+  const WorkingOptics& optics = model.optics;
+  const double order = static_cast<double>(optics.order);
+  // Degrees halved but taken as radians: the angle hosts have always read.
+  const double s = order * optics.grooveDensity * wavelength * 1e-06 /
+                   (2.0 * std::cos(inclusion * 0.5));
+  if (!(std::fabs(s) < 1.0)) return NqeWavelengthUnreachable;
+  *angle = std::asin(s);
+  return NqeSuccess;
+}
+
+NqeErrorCode CenterResolution(const SpectrographModel& model,
+                              double* resolution) {
+  if (resolution == nullptr) return NqeNullPointer;
+  const double c = model.geometry.centerPixel;
+  const double center = model.center.effectiveCenter;
+  double first = 0.0;
+  double second = 0.0;
+  NqeErrorCode code = PixelWavelength(model, center, c - 0.5, &first);
+  if (code != NqeSuccess) return code;
+  code = PixelWavelength(model, center, c + 0.5, &second);
+  if (code != NqeSuccess) return code;
+  *resolution = std::fabs(second - first);
+  return NqeSuccess;
 }
 
 }  // namespace kvx

@@ -19,6 +19,7 @@ namespace kvx {
 class DetectorStore;
 class CalibrationStore;
 struct SpecOptStruct;  // the optimisation's state, created by the first run
+class GlueSession;     // the glue's state, created by the first glue call
 
 struct Grating {
   int32_t position = 0;
@@ -38,7 +39,8 @@ struct Grating {
 struct Turret {
   int32_t position = 0;
   uint32_t id = 0;
-  int32_t defaultCount = 0;  // 1 on a new spectrograph's turret; read by nothing
+  int32_t defaultCount =
+      0;  // 1 on a new spectrograph's turret; read by nothing
   int32_t numGratings = 0;
   char name[128] = {};
   // std::list: the model keeps pointers to the active grating.
@@ -182,8 +184,8 @@ class SpectrographModel : public WavelengthSource {
   // --- WavelengthSource: the questions the calibration store asks ----------
   NqeErrorCode EffectiveWavelengthAtPixel(double pixel,
                                           double* wavelength) const override;
-  NqeErrorCode EffectiveWavelengthAtDataPoint(double dataPoint,
-                                              double* wavelength) const override;
+  NqeErrorCode EffectiveWavelengthAtDataPoint(
+      double dataPoint, double* wavelength) const override;
 
   // --- shared state, read and written by the model's operations -----------
   DetectorGeometry geometry;
@@ -196,8 +198,18 @@ class SpectrographModel : public WavelengthSource {
   OptimisationDescriptors descriptors;
   SteppingState stepping;
   std::unique_ptr<SpecOptStruct> optimisation;
+  std::unique_ptr<GlueSession> glue;
 
  private:
+  // Appends a spectrograph with one turret holding one grating, as far as
+  // memory allows; null when the spectrograph itself cannot be made.
+  Spectrograph* CreateSpectrograph() noexcept;
+  // Free the turrets (with their gratings) of a spectrograph, or the
+  // gratings of a turret; an active turret or grating among them becomes
+  // none so that no selection outlives its node.
+  void ReleaseTurrets(Spectrograph& spectrograph);
+  void ReleaseGratings(Turret& turret);
+
   std::list<Spectrograph> spectrographs_;
   Spectrograph* active_ = nullptr;
   Turret* activeTurret_ = nullptr;

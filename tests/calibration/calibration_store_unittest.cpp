@@ -49,7 +49,6 @@ TEST_F(StoreTest, StartsWithOneActiveDefaultCalibration) {
   EXPECT_EQ(std::memcmp(store.ActiveRecord(), &fresh, sizeof fresh), 0);
   EXPECT_EQ(store.pointCursor, -1);
   EXPECT_EQ(store.coefficientCursor, 0);
-  EXPECT_EQ(store.peakDataCount, 0);
   EXPECT_EQ(store.peakThresholdPercent, 2.0);
 }
 

@@ -1,0 +1,238 @@
+// SPE calibration block exchange through the exports. Expected values are
+// worked by hand from the block layout: a region (start 11, width 100,
+// divisor 50) loads as startPixel 10, binning 100 / 50 = 2, 50 groups, and
+// the detector then has 11 + 100 = 111 pixels; 5852.49 A = 585.249 nm.
+#include <gtest/gtest.h>
+
+#include <array>
+#include <climits>
+#include <cstring>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "KelvoCalibrate.h"
+#include "support/test_handle.h"
+
+namespace {
+
+template <class T>
+void Put(SpeCalibrationBlock& b, int offset, T v) {
+  std::memcpy(b.bytes + offset, &v, sizeof v);
+}
+template <class T>
+T Get(const SpeCalibrationBlock& b, int offset) {
+  T v;
+  std::memcpy(&v, b.bytes + offset, sizeof v);
+  return v;
+}
+void PutRegion(SpeCalibrationBlock& b, int k, KvxLong s, KvxLong w, KvxLong d) {
+  Put(b, KVX_SPE_REGIONS + 12 * k, std::array<KvxLong, 3>{s, w, d});
+}
+SpeCalibrationBlock Block() {  // 300 + 2 p, one region
+  SpeCalibrationBlock b{};
+  Put(b, KVX_SPE_OFFSET, 300.0);
+  Put(b, KVX_SPE_FACTOR, 2.0);
+  Put<KvxLong>(b, KVX_SPE_INPUT_UNIT, CalibUnitOffsetFactor);
+  Put<KvxLong>(b, KVX_SPE_DISPLAY_UNIT, CalibUnitNanometers);
+  PutRegion(b, 0, 11, 100, 50);
+  return b;
+}
+CalibrationRecord Active(CalibHandle handle) {
+  CalibrationRecord r{};
+  EXPECT_EQ(CalibDumpCalibration(handle, &r, sizeof r), 0u);
+  return r;
+}
+// 1024 pixels, regions {1, 101, 200, 2} and {2, 601, 300, 3}, value = 400 +
+// 0.5 * pixel. Data points are pixels (the scan pattern is off), so a table
+// calibration has 1024 entries.
+void Prepare(CalibHandle handle) {
+  X_ROI regions[2] = {{1, 101, 200, 2}, {2, 601, 300, 3}};
+  DetectorRecord d{};
+  d.numPixels = 1024;
+  d.regions = regions;
+  d.regionCount = 2;
+  d.regionBytes = sizeof regions;
+  EXPECT_EQ(CalibLoadDetector(handle, &d, sizeof d), 0u);
+  CalibrationRecord r = Active(handle);
+  r.inputUnit = CalibUnitOffsetFactor;
+  r.offset = 400.0;
+  r.factor = 0.5;
+  EXPECT_EQ(CalibLoadCalibration(handle, &r, sizeof r), 0u);
+  CalibDisableScanPattern(handle);
+}
+
+class Spe : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    Prepare(h);
+    for (int i = 0; i < 1024; ++i) table.push_back(500.0 + i);
+  }
+  // The regions and the pixel count of the active detector.
+  std::vector<X_ROI> Pattern(KvxLong regionCount, KvxLong* numPixels) {
+    std::vector<X_ROI> regions(regionCount);
+    DetectorRecord d{};
+    std::tie(d.regions, d.regionCount, d.regionBytes) =
+        std::make_tuple(regions.data(), regionCount, regionCount * 16);
+    EXPECT_EQ(CalibDumpDetector(h, &d, sizeof d), 0u);
+    *numPixels = d.numPixels;
+    return regions;
+  }
+  kvx_test::Handle h;
+  std::vector<double> table;
+};
+
+TEST_F(Spe, LoadBuildsTheRecordAsTheBlockDescribesIt) {
+  // clang-format off
+  const struct { int offset; size_t bytes; KvxLong value;
+                 KvxLong CalibrationRecord::*field; KvxLong expected; } cases[] = {
+      {KVX_SPE_POLY_ORDER, 1, 3, &CalibrationRecord::polyOrder, 1},  // kept
+      {KVX_SPE_POINT_COUNT, 1, 12, &CalibrationRecord::pointCount, 10},
+      {KVX_SPE_POINT_COUNT, 1, -3, &CalibrationRecord::pointCount, -3},
+      {KVX_SPE_INPUT_UNIT, 4, 77, &CalibrationRecord::inputUnit, 77},
+      {KVX_SPE_DISPLAY_UNIT, 4, 9, &CalibrationRecord::displayUnit, 9}};
+  // clang-format on
+  for (const auto& c : cases) {
+    SpeCalibrationBlock b = Block();
+    std::memcpy(b.bytes + c.offset, &c.value, c.bytes);
+    ASSERT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 0u);
+    EXPECT_EQ(Active(h).*c.field, c.expected) << c.offset;
+  }
+  SpeCalibrationBlock b = Block();
+  std::memset(b.bytes + KVX_SPE_UNIT_LABEL, 'u', 41);
+  std::memset(b.bytes + KVX_SPE_CALIB_LABEL, 'c', 41);
+  Put(b, KVX_SPE_LASER_LINE, 532.0);
+  ASSERT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 0u);
+  const CalibrationRecord r = Active(h);
+  EXPECT_EQ(std::string(r.unitLabel) + r.calibLabel,
+            std::string(40, 'u') + std::string(40, 'c'));
+  EXPECT_EQ(r.laserLine, 532.0);
+  EXPECT_EQ(r.valid, 1);  // the block's valid byte was 0
+  for (KvxLong code : {INT_MIN, -1, 0, 1, 2, 3, 4, INT_MAX}) {
+    Put(b, KVX_SPE_ENABLED_CODE, code);
+    ASSERT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 0u);
+    double v = 0;  // only 3 disables
+    EXPECT_EQ(CalibPixelToCalibValue(h, 10.0, &v), code == 3 ? 11036 : 0);
+    EXPECT_EQ(v, code == 3 ? 10.0 : 320.0);
+  }
+}
+
+// The pixel count is left at the last region's end; no regions empty the
+// pattern.
+TEST_F(Spe, RegionsLoadWithStartMinusOneAndWidthOverDivisor) {
+  SpeCalibrationBlock b = Block();
+  ASSERT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 0u);
+  KvxLong pixels = 0;
+  const X_ROI roi = Pattern(1, &pixels)[0];
+  EXPECT_EQ(roi.startPixel * 1000000 + roi.width * 1000 + roi.binning,
+            10 * 1000000 + 100 * 1000 + 2);
+  EXPECT_EQ(pixels, 111);
+  PutRegion(b, 0, 0, 0, 0);
+  ASSERT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 0u);
+  KvxLong count = -1;
+  EXPECT_EQ(CalibNumberOfX_ROIs(h, &count), 0u);
+  EXPECT_EQ(count, 0);
+}
+
+// Dump writes (startPixel, numGroups x binning, binning); loading that back
+// reads the binning as a divisor: {101, 200, 2} becomes start 100 with 2
+// groups of 100 pixels, and {601, 300, 3} leaves 601 + 300 pixels.
+TEST_F(Spe, RegionsDoNotSurviveADumpAndLoad) {
+  SpeCalibrationBlock b;
+  ASSERT_EQ(CalibDumpSPECalibration(h, &b, sizeof b), 0u);
+  EXPECT_EQ(Get<KvxLong>(b, KVX_SPE_REGIONS + 4), 200);
+  ASSERT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 0u);
+  KvxLong pixels = 0;
+  const X_ROI roi = Pattern(2, &pixels)[0];
+  EXPECT_EQ(roi.startPixel * 1000 + roi.binning, 100 * 1000 + 100);
+  EXPECT_EQ(pixels, 901);
+}
+
+TEST_F(Spe, AFailedLoadKeepsTheCalibrationAndTheOldScanPattern) {
+  const KvxLong tbl = INT_MIN | CalibUnitNanometers;
+  // Unit, table length (table set unless 0), factor, second region.
+  // clang-format off
+  const struct { KvxLong unit, tableLength; double factor;
+                 KvxLong start, width, divisor; KvxULong code; } cases[] = {
+      {2, 0, 0.0, 0, 0, 0, 11035},       {tbl, 0, 2.0, 0, 0, 0, 11028},
+      {tbl, -1024, 2.0, 0, 0, 0, 11028}, {tbl, 7, 2.0, 0, 0, 0, 11029},
+      {tbl, 1024, 2.0, 300, 10, 0, 11008},  // the copied table is released
+      {2, 0, 2.0, 50, 10, 5, 11005},     {2, 0, 2.0, 1, 10, 5, 11006},
+      {2, 0, 2.0, -5, 10, 5, 11006},     {2, 0, 2.0, INT_MAX - 5, 100, 10, 11006},
+      {2, 0, 2.0, 300, 0, 7, 11008}};
+  // clang-format on
+  const CalibrationRecord before = Active(h);
+  for (const auto& c : cases) {
+    SpeCalibrationBlock b = Block();
+    Put(b, KVX_SPE_INPUT_UNIT, c.unit);
+    Put(b, KVX_SPE_DISPLAY_UNIT, c.unit);
+    Put(b, KVX_SPE_FACTOR, c.factor);
+    if (c.tableLength != 0) Put(b, KVX_SPE_TABLE, table.data());
+    Put(b, KVX_SPE_TABLE_LENGTH, c.tableLength);
+    PutRegion(b, 1, c.start, c.width, c.divisor);
+    EXPECT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), c.code);
+    const CalibrationRecord after = Active(h);
+    EXPECT_EQ(std::memcmp(&before, &after, sizeof before), 0);
+    KvxLong pixels = 0;
+    EXPECT_EQ(Pattern(2, &pixels)[1].startPixel, 601);
+    EXPECT_EQ(pixels, 1024);
+  }
+  SpeCalibrationBlock b = Block();
+  EXPECT_EQ(CalibLoadSPECalibration(h, &b, 503), 11037u);
+  EXPECT_EQ(CalibLoadSPECalibration(h, &b, 0), 11037u);
+  EXPECT_EQ(CalibLoadSPECalibration(h, nullptr, sizeof b), 11000u);
+}
+
+TEST_F(Spe, DumpWritesAngstromsInNanometresAndOrderOne) {
+  CalibrationRecord r = Active(h);
+  r.inputUnit = CalibUnitAngstroms;
+  r.displayUnit = CalibUnitMicrons;
+  r.polyOrder = 3;
+  r.pointCount = 2;
+  const double values[3] = {5852.49, 6402.25, 7000.0};  // 3rd beyond count
+  std::memcpy(r.pointValue, values, sizeof values);
+  r.enabled = 0;
+  ASSERT_EQ(CalibLoadCalibration(h, &r, sizeof r), 0u);
+  SpeCalibrationBlock b;
+  std::memset(&b, 0xAB, sizeof b);
+  EXPECT_EQ(CalibDumpSPECalibration(h, &b, 503), 11037u);
+  EXPECT_EQ(b.bytes[0] & b.bytes[503], 0xAB);
+  ASSERT_EQ(CalibDumpSPECalibration(h, &b, sizeof b), 0u);
+  EXPECT_DOUBLE_EQ(Get<double>(b, KVX_SPE_POINT_VALUE), 585.249);
+  EXPECT_DOUBLE_EQ(Get<double>(b, KVX_SPE_POINT_VALUE + 8), 640.225);
+  EXPECT_EQ(Get<double>(b, KVX_SPE_POINT_VALUE + 16), 7000.0);
+  for (int at : {KVX_SPE_INPUT_UNIT, KVX_SPE_DISPLAY_UNIT, KVX_SPE_POLY_UNIT}) {
+    EXPECT_EQ(Get<KvxLong>(b, at), 4) << at;
+  }
+  EXPECT_EQ(Get<signed char>(b, KVX_SPE_POLY_ORDER), 1);
+  EXPECT_EQ(Get<KvxLong>(b, KVX_SPE_ENABLED_CODE), 3);
+  EXPECT_EQ(b.bytes[20] | b.bytes[61] | b.bytes[503], 0);  // unlisted bytes
+}
+
+TEST_F(Spe, ADumpedTableIsTheHostsToRelease) {
+  CalibrationRecord r = Active(h);
+  r.inputUnit = r.displayUnit = INT_MIN | CalibUnitNanometers;
+  r.table = table.data();
+  r.tableLength = 1024;
+  ASSERT_EQ(CalibLoadCalibration(h, &r, sizeof r), 0u);
+  SpeCalibrationBlock b;
+  ASSERT_EQ(CalibDumpSPECalibration(h, &b, sizeof b), 0u);
+  double* handed = Get<double*>(b, KVX_SPE_TABLE);
+  ASSERT_NE(handed, nullptr);
+  EXPECT_TRUE(handed != table.data() && handed != Active(h).table);
+  EXPECT_EQ(Get<KvxLong>(b, KVX_SPE_TABLE_LENGTH), 1024);
+  EXPECT_EQ(std::vector<double>(handed, handed + 1024), table);
+  kvx_test::Handle other;
+  Prepare(other);
+  ASSERT_EQ(CalibLoadSPECalibration(other, &b, sizeof b), 0u);
+  const double* loaded = Active(other).table;
+  EXPECT_NE(loaded, handed);
+  EXPECT_EQ(std::vector<double>(loaded, loaded + 1024), table);
+  EXPECT_EQ(KvxFreeSPECalibrationTable(&b, 503), 11037u);
+  EXPECT_EQ(KvxFreeSPECalibrationTable(nullptr, sizeof b), 11000u);
+  EXPECT_EQ(KvxFreeSPECalibrationTable(&b, sizeof b), 0u);
+  EXPECT_EQ(Get<double*>(b, KVX_SPE_TABLE), nullptr);
+  EXPECT_EQ(Get<KvxLong>(b, KVX_SPE_TABLE_LENGTH), 0);
+}
+
+}  // namespace

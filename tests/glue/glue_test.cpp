@@ -1,0 +1,295 @@
+// The glue exports as a host calls them: range and step set through the
+// double parameters 68 to 70, then glued all at once or block by block.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+#include <tuple>
+#include <vector>
+
+#include "KelvoCalibrate.h"
+#include "support/test_handle.h"
+
+namespace {
+
+using V = std::vector<double>;
+
+struct Block {
+  V x, v;
+  GlueSpectrum g{};
+  Block(V xs, V vs, int32_t frames = 1) : x(std::move(xs)), v(std::move(vs)) {
+    const auto n = static_cast<int32_t>(x.size());
+    g = {v.data(), n, frames, 5, 1, x.data(), 0, nullptr, 0};
+  }
+};
+
+class Glue : public ::testing::Test {
+ protected:
+  void SetUp() override { Range(0.0, 10.0, 1.0); }
+  void Range(double start, double end, double step) {
+    ASSERT_EQ(CalibSetDoubleParam(h_, 68, start), 0u);
+    ASSERT_EQ(CalibSetDoubleParam(h_, 69, end), 0u);
+    ASSERT_EQ(CalibSetDoubleParam(h_, 70, step), 0u);
+  }
+  // Validates, supplies output arrays, glues; returns the glue's code.
+  KvxULong All(std::vector<Block*> in, int32_t frames = 1) {
+    std::vector<GlueSpectrum> g;
+    for (Block* b : in) g.push_back(b->g);
+    auto n = static_cast<int32_t>(g.size());
+    EXPECT_EQ(CalibValidateGlue(h_, g.data(), n, &out_), 0u);
+    Supply(frames, -1.0);
+    return CalibGlueInput(h_, g.data(), n, &out_);
+  }
+  KvxULong Init(int32_t frames = 1) {
+    const KvxULong code = CalibInitIncStepAndGlue(h_, &out_, frames);
+    Supply(frames, 0.0);
+    return code;
+  }
+  // The output's data and X arrays, as a host supplies them.
+  void Supply(int32_t frames, double fill) {
+    data_.assign(static_cast<size_t>(out_.numPoints * frames), fill);
+    x_.assign(static_cast<size_t>(out_.numPoints), fill);
+    out_.data = data_.data();
+    out_.xValues = x_.data();
+  }
+  KvxULong Inc(Block& b) { return CalibGlueIncInput(h_, &out_, &b.g); }
+  void ExpectData(const V& want, size_t from = 0) {
+    for (size_t i = 0; i < want.size(); ++i) {
+      EXPECT_NEAR(data_[from + i], want[i], 1e-9 * (1 + std::fabs(want[i])))
+          << "point " << i;
+    }
+  }
+
+  kvx_test::Handle h_{CalibModeAutomatic};
+  GlueSpectrum out_{};
+  V data_, x_;
+};
+
+// Expected values from tests/glue/glue_expected.py (/usr/bin/python3, an
+// independent step-function model: each cell = integral over its covered
+// part / covered length; filled runs crossfaded by the glue's weights):
+//   A  = [1, 2, 3, 5.5, 10, 20.25, 35, 45, 55, 65, 0]
+//   A + block inside = [1, 2, 51.5, 52.75, 55, 60.125, 35, 45, 55, 65, 0]
+//   C  = kC (values copied from the script's output)
+const V kA = {1, 2, 3, 5.5, 10, 20.25, 35, 45, 55, 65, 0};
+// clang-format off
+const V kC = {0, 9, 9, 8.736714975845425, 8, 7.6219512195121935, 7,
+              6.544334975369456, 6, 5.504975124378107, 5, 4.505025125628126, 4,
+              3.5456852791878193, 3, 2.628205128205118, 2, 1.7538860103626939,
+              1, 0, 0};
+// clang-format on
+
+Block A1() { return Block({0, 1, 2, 3, 4, 5}, {1, 2, 3, 4, 5, 6}); }
+Block A2() {
+  return Block({3.5, 4.5, 5.5, 6.5, 7.5, 8.5, 9.5},
+               {10, 20, 30, 40, 50, 60, 70});
+}
+
+TEST_F(Glue, TwoBlocksAreRebinnedAndCrossfadedFrameByFrame) {
+  // Two frames: the second is ten times the first, blended alike.
+  Block a({0, 1, 2, 3, 4, 5}, {1, 2, 3, 4, 5, 6, 10, 20, 30, 40, 50, 60}, 2);
+  Block b({3.5, 4.5, 5.5, 6.5, 7.5, 8.5, 9.5},
+          {10, 20, 30, 40, 50, 60, 70, 100, 200, 300, 400, 500, 600, 700}, 2);
+  ASSERT_EQ(All({&a, &b}, 2), 0u);
+  ExpectData(kA);
+  V tenfold;
+  for (double d : kA) tenfold.push_back(10 * d);
+  ExpectData(tenfold, 11);
+  EXPECT_EQ(x_, V({0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
+  EXPECT_EQ(CalibCleanupIncGlue(h_), 11074u);  // the whole glue ended
+}
+
+TEST_F(Glue, DescendingAxisRunsFromStartDownward) {
+  Range(10.0, 0.0, 1.0);
+  Block a = A1(), b = A2();
+  ASSERT_EQ(All({&a, &b}), 0u);
+  ExpectData(V(kA.rbegin(), kA.rend()));
+  EXPECT_EQ(x_, V({10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0}));
+}
+
+TEST_F(Glue, WavelengthInputOntoWavenumberAxisIsTurnedAround) {
+  Range(19000.0, 21000.0, 100.0);
+  ASSERT_EQ(CalibSetIntParam(h_, 24, CalibUnitWavenumbers), 0u);
+  CalibrationRecord nm;
+  ASSERT_EQ(CalibInitializeCalibration(h_, &nm, sizeof nm), 0u);
+  Block c({480, 485, 490, 495, 500, 505, 510, 515, 520},
+          {1, 2, 3, 4, 5, 6, 7, 8, 9});
+  c.g.calibration = &nm;
+  ASSERT_EQ(All({&c}), 0u);
+  ExpectData(kC);
+}
+
+TEST_F(Glue, IncrementalGlueMatchesAndAveragesABlockInsideFilledOutput) {
+  ASSERT_EQ(Init(), 0u);
+  Block a = A1(), b = A2(), inside({2, 3, 4, 5}, {100, 100, 100, 100});
+  ASSERT_EQ(Inc(a), 0u);
+  ASSERT_EQ(Inc(b), 0u);
+  ExpectData(kA);
+  ASSERT_EQ(Inc(inside), 0u);
+  ExpectData({1, 2, 51.5, 52.75, 55, 60.125, 35, 45, 55, 65, 0});
+  EXPECT_EQ(CalibCleanupIncGlue(h_), 0u);
+  EXPECT_EQ(CalibCleanupIncGlue(h_), 11074u);
+}
+
+TEST_F(Glue, SecondInitialisationStartsAfreshWithoutCoverage) {
+  ASSERT_EQ(Init(), 0u);
+  Block a = A1(), b = A2();
+  ASSERT_EQ(Inc(a), 0u);
+  ASSERT_EQ(Init(), 0u);  // the caller's data stays the caller's
+  ASSERT_EQ(Inc(b), 0u);
+  ExpectData({0, 0, 0, 10, 15, 25, 35, 45, 55, 65, 0});  // by hand
+}
+
+TEST_F(Glue, FailedMergesLeaveOutputAndCoverageAlone) {
+  ASSERT_EQ(Init(), 0u);
+  Block a = A1();
+  ASSERT_EQ(Inc(a), 0u);
+  const V before = data_;
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const double inf = std::numeric_limits<double>::infinity();
+  const std::tuple<const char*, V, int32_t, int32_t, int32_t, KvxULong>
+      cases[] = {
+          {"one point", {4}, 1, 1, 5, 11078u},
+          {"frames", {4, 5}, 2, 1, 5, 11075u},
+          {"zero frames", {4, 5}, 0, 1, 5, 11078u},
+          {"layout", {4, 5}, 1, 2, 5, 11076u},
+          {"data type", {4, 5}, 1, 1, 9, 11076u},
+          {"NaN", {4, nan, 6}, 1, 1, 5, 11077u},
+          {"infinite", {4, 5, inf}, 1, 1, 5, 11077u},
+          {"not monotonic", {4, 6, 5}, 1, 1, 5, 11077u},
+          {"repeated", {4, 4, 5}, 1, 1, 5, 11077u},
+          {"outside", {12, 13}, 1, 1, 5, 11077u},
+          {"over 2^31 cells", {-1e12, 5, 1e12}, 1, 1, 5, 11077u},
+      };
+  for (const auto& [what, x, frames, layout, type, code] : cases) {
+    Block b(x, V(x.size() * 2, 50.0));
+    b.g.numFrames = frames;
+    b.g.layout = layout;
+    b.g.dataType = type;
+    EXPECT_EQ(Inc(b), code) << what;
+  }
+  Block noX = A2();
+  noX.g.xValues = nullptr;
+  EXPECT_EQ(Inc(noX), 11077u);
+  CalibrationRecord outCal;
+  ASSERT_EQ(CalibInitializeCalibration(h_, &outCal, sizeof outCal), 0u);
+  out_.calibration = &outCal;  // an input without a calibration gives no unit
+  Block b = A2();
+  EXPECT_EQ(Inc(b), 11077u);
+  out_.calibration = nullptr;
+  GlueSpectrum other = out_;
+  EXPECT_EQ(CalibGlueIncInput(h_, &other, &b.g), 11078u);
+  EXPECT_EQ(data_, before);
+  ASSERT_EQ(Inc(b), 0u);  // still blends with the first block only
+  ExpectData(kA);
+}
+
+TEST_F(Glue, BlockStartingBeforeTheRangeIsAveragedNotFadedAtItsStart) {
+  // Kept: the run at output point 0 is not taken as the block's start.
+  ASSERT_EQ(Init(), 0u);
+  Block a({0, 1, 2, 3}, {10, 10, 10, 10});
+  Block b({-2, -1, 0, 1, 2, 3, 4, 5, 6}, {1, 1, 2, 4, 6, 8, 5, 5, 5});
+  ASSERT_EQ(Inc(a), 0u);
+  ASSERT_EQ(Inc(b), 0u);
+  ExpectData({6, 7, 8, 9, 5, 5, 5, 0});
+}
+
+TEST_F(Glue, BlockStartingOnTheLastPointIsNoOverlap) {
+  // Kept: the block's first cell on the range's last point merges nothing.
+  ASSERT_EQ(Init(), 0u);
+  Block b({10, 11, 12}, {7, 7, 7});
+  EXPECT_EQ(Inc(b), 0u);
+  ExpectData(V(11, 0.0));
+}
+
+TEST_F(Glue, FailedValidationIsHiddenUnlessOutputDataIsRemembered) {
+  // Kept: without remembered output data a failed check answers 11078.
+  Block noX = A1();
+  noX.g.xValues = nullptr;
+  EXPECT_EQ(CalibGlueInput(h_, &noX.g, 1, &out_), 11078u);
+  ASSERT_EQ(Init(), 0u);
+  Block a = A1();
+  ASSERT_EQ(Inc(a), 0u);
+  EXPECT_EQ(CalibGlueInput(h_, &noX.g, 1, &out_), 11077u);
+}
+
+TEST_F(Glue, BlockReachingFarBeyondTheRangeFillsItFromItsMiddleBin) {
+  // Its middle bin spans -5e7 + 2.5 .. 5e7 + 2.5, over the whole range.
+  ASSERT_EQ(Init(), 0u);
+  Block wide({-1e8, 5, 1e8}, {1, 3, 9});
+  ASSERT_EQ(Inc(wide), 0u);
+  ExpectData(V(11, 3.0));
+}
+
+TEST_F(Glue, OutputGluedIntoItselfStaysAsItWas) {
+  ASSERT_EQ(Init(), 0u);
+  Block a = A1(), b = A2();
+  ASSERT_EQ(Inc(a), 0u);
+  ASSERT_EQ(Inc(b), 0u);
+  for (size_t i = 0; i < x_.size(); ++i) x_[i] = static_cast<double>(i);
+  ASSERT_EQ(CalibGlueIncInput(h_, &out_, &out_), 0u);
+  ExpectData(kA);
+}
+
+TEST_F(Glue, BlocksOutsideTheRangeAreSkippedByTheWholeGlue) {
+  Block a = A1(), far({40, 41, 42}, {1, 1, 1});
+  EXPECT_EQ(All({&a, &far}), 0u);
+  ExpectData({1, 2, 3, 4, 5, 6, 0, 0, 0, 0, 0});
+}
+
+TEST_F(Glue, PointCountFollowsTheRangeAndStepsBelowAMinimumAreRefused) {
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const std::tuple<double, double, double, KvxULong, int32_t> cases[] = {
+      {500, 600, 0.5, 0, 201},    {500, 600, 0.3, 0, 335},
+      {600, 500, 0.3, 0, 335},    {0, 1.0005, 1, 0, 2},
+      {0, 1.002, 1, 0, 3},        {500, 600, 0.00005, 11079u, 0},
+      {500, 500, 1, 11079u, 0},   {500, 600, -1, 11079u, 0},
+      {500, 600, nan, 11079u, 0}, {0, 1e9, 0.0001, 11079u, 0},
+  };
+  Block a({500, 501}, {1, 1});
+  for (const auto& [start, end, step, code, count] : cases) {
+    Range(start, end, step);
+    GlueSpectrum out{};
+    EXPECT_EQ(CalibValidateGlue(h_, &a.g, 1, &out), code) << step;
+    EXPECT_EQ(out.numPoints, count) << start << " " << end;
+  }
+}
+
+using kvx_test::Handle;
+
+TEST(GlueExports, ManualObjectHasNoGlue) {
+  Handle h(CalibModeManual);
+  GlueSpectrum g{};
+  EXPECT_EQ(CalibValidateGlue(h, &g, 1, &g), 11054u);
+  EXPECT_EQ(CalibGlueInput(h, &g, 1, &g), 11054u);
+  EXPECT_EQ(CalibInitIncStepAndGlue(h, &g, 1), 11054u);
+  EXPECT_EQ(CalibGlueIncInput(h, &g, &g), 11054u);
+  EXPECT_EQ(CalibCleanupIncGlue(h), 11054u);
+}
+
+TEST(GlueExports, NewModelHasNoRangeYetAndNullArgumentsAreRefused) {
+  // The range and step start at 0: no glue until the host sets them.
+  Handle h(CalibModeAutomatic);
+  Block in({500, 501}, {1, 2});
+  CalibrationRecord cal{};
+  cal.displayUnit = 7;
+  GlueSpectrum out{};
+  out.numPoints = 99;
+  out.calibration = &cal;
+  EXPECT_EQ(CalibValidateGlue(h, &in.g, 1, &out), 11079u);
+  // The output was prepared before the range was checked.
+  EXPECT_EQ(out.numPoints, 0);
+  EXPECT_EQ(out.calibration, &cal);
+  EXPECT_EQ(cal.displayUnit, CalibUnitNanometers);
+  EXPECT_EQ(CalibInitIncStepAndGlue(h, &out, 1), 11079u);
+  EXPECT_EQ(CalibGlueIncInput(h, &out, &in.g), 11074u);
+  EXPECT_EQ(CalibCleanupIncGlue(h), 11074u);
+  EXPECT_EQ(CalibValidateGlue(h, nullptr, 1, &out), 11078u);
+  EXPECT_EQ(CalibValidateGlue(h, &in.g, 0, &out), 11078u);
+  EXPECT_EQ(CalibValidateGlue(h, &in.g, 1, nullptr), 11078u);
+  EXPECT_EQ(CalibGlueInput(h, &in.g, -1, &out), 11078u);
+  EXPECT_EQ(CalibInitIncStepAndGlue(h, nullptr, 1), 11078u);
+  EXPECT_EQ(CalibInitIncStepAndGlue(h, &out, 0), 11078u);
+}
+
+}  // namespace
