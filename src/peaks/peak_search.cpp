@@ -2,9 +2,21 @@
 
 #include <algorithm>
 #include <cstring>
+#include <type_traits>
+#include <utility>
 
 #if defined(__SSE2__)
 #include <emmintrin.h>
+#endif
+// The 8- and 16-lane passes use AVX-512 when the processor has it (checked
+// at run time); the 32-bit and Windows builds keep to the 2-lane pass.
+#if defined(__x86_64__) && !defined(_WIN32) && defined(__GNUC__)
+#define KVX_PEAKS_AVX512 1
+// GCC 12's own AVX-512 header trips its uninitialised-value check.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#include <immintrin.h>
+#pragma GCC diagnostic pop
 #endif
 
 namespace kvx {
@@ -13,46 +25,247 @@ namespace {
 
 // Caller arrays may sit at any address: samples are copied, not cast.
 template <class T>
-void Convert(const void* data, int64_t begin, int64_t end, double* out) {
-  const auto* bytes = static_cast<const unsigned char*>(data);
-  for (int64_t k = begin; k < end; ++k) {
-    T sample;
-    std::memcpy(&sample, bytes + k * static_cast<int64_t>(sizeof(T)),
-                sizeof sample);
-    out[k] = static_cast<double>(sample);
+double At(const unsigned char* bytes, int64_t k) {
+  T sample;
+  std::memcpy(&sample, bytes + k * static_cast<int64_t>(sizeof(T)),
+              sizeof sample);
+  return static_cast<double>(sample);
+}
+
+// How far a fused pass got: samples [0, converted) are in d, and the
+// largest curvature of [curvedBegin, curvedEnd) is known. The clamped
+// indexes at both ends are left to the scalar code.
+struct Progress {
+  int64_t converted = 0;
+  int64_t curvedBegin = 0;
+  int64_t curvedEnd = 0;
+};
+
+// Each sample is converted once and its curvature taken while the sample
+// is still in a register. c[k] is evaluated as (2 d[k] - d[k - 2]) -
+// d[k + 2] in every lane, as Curvature() does, and maxpd(c, lane) is
+// c > lane ? c : lane, the scalar comparison: NaN never counts and -0.0
+// never beats the starting 0.0, so the largest value is bit-identical.
+template <class T, bool kCurvature>
+Progress FusedPairs(const unsigned char* in, int64_t n, double* d,
+                    double* largest) {
+  Progress p;
+#if defined(__SSE2__)
+  // With two lanes and a step of two, the neighbours of pair j are the
+  // pairs j - 1 and j + 1.
+  if (n < 6) return p;
+  const auto pair = [in](int64_t k) {
+    return _mm_set_pd(At<T>(in, k + 1), At<T>(in, k));
+  };
+  const __m128d two = _mm_set1_pd(2.0);
+  __m128d lane = _mm_setzero_pd();
+  __m128d previous = pair(0);
+  __m128d current = pair(2);
+  _mm_storeu_pd(d, previous);
+  _mm_storeu_pd(d + 2, current);
+  int64_t k = 2;
+  for (; k + 4 <= n; k += 2) {
+    const __m128d next = pair(k + 2);
+    _mm_storeu_pd(d + k + 2, next);
+    if constexpr (kCurvature) {
+      const __m128d c =
+          _mm_sub_pd(_mm_sub_pd(_mm_mul_pd(two, current), previous), next);
+      lane = _mm_max_pd(c, lane);
+    }
+    previous = current;
+    current = next;
+  }
+  double lanes[2];
+  _mm_storeu_pd(lanes, lane);
+  for (double l : lanes) {
+    if (l > *largest) *largest = l;
+  }
+  p = {k + 2, 2, k};
+#else
+  // Without SSE2 (no build of this library) the scalar code does it all.
+  (void)in, (void)n, (void)d, (void)largest;
+#endif
+  return p;
+}
+
+#if defined(KVX_PEAKS_AVX512)
+// Samples k to k + 7 as doubles, converted exactly as static_cast does.
+template <class T>
+[[gnu::target("avx512f")]] __m512d Octet(const unsigned char* in, int64_t k) {
+  const unsigned char* p = in + k * static_cast<int64_t>(sizeof(T));
+  const auto* v = reinterpret_cast<const __m128i*>(p);
+  if constexpr (std::is_same_v<T, double>) {
+    return _mm512_loadu_pd(p);
+  } else if constexpr (std::is_same_v<T, float>) {
+    return _mm512_cvtps_pd(_mm256_loadu_ps(reinterpret_cast<const float*>(p)));
+  } else if constexpr (sizeof(T) == 4) {
+    const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+    if constexpr (std::is_signed_v<T>) return _mm512_cvtepi32_pd(x);
+    return _mm512_cvtepu32_pd(x);
+  } else if constexpr (sizeof(T) == 2) {
+    const __m128i x = _mm_loadu_si128(v);
+    if constexpr (std::is_signed_v<T>) {
+      return _mm512_cvtepi32_pd(_mm256_cvtepi16_epi32(x));
+    }
+    return _mm512_cvtepi32_pd(_mm256_cvtepu16_epi32(x));
+  } else {
+    const __m128i x = _mm_loadl_epi64(v);
+    if constexpr (std::is_signed_v<T>) {
+      return _mm512_cvtepi32_pd(_mm256_cvtepi8_epi32(x));
+    }
+    return _mm512_cvtepi32_pd(_mm256_cvtepu8_epi32(x));
   }
 }
 
-void ConvertRange(const SpectrumData& spectrum, int64_t begin, int64_t end,
-                  double* out) {
+// Eight lanes: the neighbours two samples away are the lanes of the
+// current vector shifted by two, filled from the previous or next vector.
+template <class T, bool kCurvature>
+[[gnu::target("avx512f")]] Progress FusedOctets(const unsigned char* in,
+                                                int64_t n, double* d,
+                                                double* largest) {
+  Progress p;
+  if (n < 24) return p;
+  const __m512d two = _mm512_set1_pd(2.0);
+  __m512d lane = _mm512_setzero_pd();
+  __m512d other = lane;
+  __m512d previous = Octet<T>(in, 0);
+  __m512d current = Octet<T>(in, 8);
+  _mm512_storeu_pd(d, previous);
+  _mm512_storeu_pd(d + 8, current);
+  int64_t k = 8;
+  for (; k + 16 <= n; k += 8) {
+    const __m512d next = Octet<T>(in, k + 8);
+    _mm512_storeu_pd(d + k + 8, next);
+    if constexpr (kCurvature) {
+      const __m512i cur = _mm512_castpd_si512(current);
+      const __m512d below = _mm512_castsi512_pd(
+          _mm512_alignr_epi64(cur, _mm512_castpd_si512(previous), 6));
+      const __m512d above = _mm512_castsi512_pd(
+          _mm512_alignr_epi64(_mm512_castpd_si512(next), cur, 2));
+      const __m512d c = _mm512_sub_pd(
+          _mm512_sub_pd(_mm512_mul_pd(two, current), below), above);
+      // Two sets of lanes take turns, so that one maximum need not wait
+      // for the last.
+      lane = _mm512_max_pd(c, lane);
+      std::swap(lane, other);
+    }
+    previous = current;
+    current = next;
+  }
+  double lanes[16];
+  _mm512_storeu_pd(lanes, lane);
+  _mm512_storeu_pd(lanes + 8, other);
+  for (double l : lanes) {
+    if (l > *largest) *largest = l;
+  }
+  p = {k + 8, 8, k};
+  return p;
+}
+// 8- and 16-bit samples: sixteen at a time. Their curvature is an integer
+// below 2^18 in magnitude, which the double arithmetic holds exactly, so
+// it is taken in 32-bit integer lanes: the same values, the same largest
+// one, at half the work.
+template <class T>
+[[gnu::target("avx512f")]] __m512i Sixteen(const unsigned char* in, int64_t k) {
+  const unsigned char* p = in + k * static_cast<int64_t>(sizeof(T));
+  if constexpr (sizeof(T) == 2) {
+    const __m256i x = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p));
+    if constexpr (std::is_signed_v<T>) return _mm512_cvtepi16_epi32(x);
+    return _mm512_cvtepu16_epi32(x);
+  } else {
+    const __m128i x = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    if constexpr (std::is_signed_v<T>) return _mm512_cvtepi8_epi32(x);
+    return _mm512_cvtepu8_epi32(x);
+  }
+}
+
+[[gnu::target("avx512f")]] void StoreSixteen(double* d, __m512i v) {
+  _mm512_storeu_pd(d, _mm512_cvtepi32_pd(_mm512_castsi512_si256(v)));
+  _mm512_storeu_pd(d + 8, _mm512_cvtepi32_pd(_mm512_extracti64x4_epi64(v, 1)));
+}
+
+template <class T, bool kCurvature>
+[[gnu::target("avx512f")]] Progress FusedSixteens(const unsigned char* in,
+                                                  int64_t n, double* d,
+                                                  double* largest) {
+  Progress p;
+  if (n < 48) return p;
+  __m512i lane = _mm512_setzero_si512();
+  __m512i previous = Sixteen<T>(in, 0);
+  __m512i current = Sixteen<T>(in, 16);
+  StoreSixteen(d, previous);
+  StoreSixteen(d + 16, current);
+  int64_t k = 16;
+  for (; k + 32 <= n; k += 16) {
+    const __m512i next = Sixteen<T>(in, k + 16);
+    StoreSixteen(d + k + 16, next);
+    if constexpr (kCurvature) {
+      const __m512i below = _mm512_alignr_epi32(current, previous, 14);
+      const __m512i above = _mm512_alignr_epi32(next, current, 2);
+      const __m512i c = _mm512_sub_epi32(
+          _mm512_sub_epi32(_mm512_add_epi32(current, current), below), above);
+      lane = _mm512_max_epi32(c, lane);
+    }
+    previous = current;
+    current = next;
+  }
+  const double l = static_cast<double>(_mm512_reduce_max_epi32(lane));
+  if (l > *largest) *largest = l;
+  p = {k + 16, 16, k};
+  return p;
+}
+#endif
+
+template <class T, bool kCurvature>
+Progress Fused(const unsigned char* in, int64_t n, double* d, double* largest) {
+#if defined(KVX_PEAKS_AVX512)
+  if (__builtin_cpu_supports("avx512f")) {
+    if constexpr (kCurvature && std::is_integral_v<T> && sizeof(T) <= 2) {
+      return FusedSixteens<T, kCurvature>(in, n, d, largest);
+    }
+    return FusedOctets<T, kCurvature>(in, n, d, largest);
+  }
+#endif
+  return FusedPairs<T, kCurvature>(in, n, d, largest);
+}
+
+// Converts what the fused pass left (all of it for short spectra).
+template <class T, bool kCurvature>
+Progress Convert(const void* data, int64_t n, double* d, double* largest) {
+  const auto* in = static_cast<const unsigned char*>(data);
+  const Progress p = Fused<T, kCurvature>(in, n, d, largest);
+  for (int64_t k = p.converted; k < n; ++k) d[k] = At<T>(in, k);
+  return p;
+}
+
+template <bool kCurvature>
+Progress ConvertAny(const SpectrumData& spectrum, double* d, double* largest) {
   const void* data = spectrum.data;
+  const int64_t n = spectrum.count;
   switch (spectrum.dataType) {
     case 1:
-      return Convert<int8_t>(data, begin, end, out);
+      return Convert<int8_t, kCurvature>(data, n, d, largest);
     case 2:
-      return Convert<int16_t>(data, begin, end, out);
+      return Convert<int16_t, kCurvature>(data, n, d, largest);
     case 3:
-      return Convert<int32_t>(data, begin, end, out);
+      return Convert<int32_t, kCurvature>(data, n, d, largest);
     case 4:
-      return Convert<float>(data, begin, end, out);
+      return Convert<float, kCurvature>(data, n, d, largest);
     case 5:
-      return Convert<double>(data, begin, end, out);
+      return Convert<double, kCurvature>(data, n, d, largest);
     case 6:
-      return Convert<uint8_t>(data, begin, end, out);
+      return Convert<uint8_t, kCurvature>(data, n, d, largest);
     case 7:
-      return Convert<uint16_t>(data, begin, end, out);
+      return Convert<uint16_t, kCurvature>(data, n, d, largest);
     case 8:
-      return Convert<uint32_t>(data, begin, end, out);
+      return Convert<uint32_t, kCurvature>(data, n, d, largest);
     default:
-      // An unknown sample type has no defined values: zeros, a flat line.
-      std::fill(out + begin, out + end, 0.0);
-      return;
+      // An unknown sample type has no defined values: zeros, a flat line
+      // whose curvature is 0.0 everywhere.
+      std::memset(d, 0, static_cast<size_t>(n) * sizeof(double));
+      return Progress{n, 0, n};
   }
 }
-
-// Samples converted per block, so that the curvature pass reads them while
-// they are still in the cache.
-constexpr int64_t kBlock = 1024;
 
 }  // namespace
 
@@ -60,69 +273,35 @@ bool PeakSearch::HasData(const SpectrumData& spectrum) {
   return spectrum.data != nullptr && spectrum.count > 0;
 }
 
-double PeakSearch::LargestCurvature(int64_t begin, int64_t end,
-                                    double largest) const {
-  // The largest value does not depend on the order it is looked for in
-  // (NaN never counts, and -0.0 never beats the starting 0.0), so the
-  // interior, where no index is clamped, runs in parallel lanes.
-  const int64_t innerBegin = std::clamp<int64_t>(begin, 2, end);
-  const int64_t innerEnd = std::max(innerBegin, std::min(end, n_ - 2));
-  for (int64_t k = begin; k < innerBegin; ++k) {
-    const double c = Curvature(k);
-    if (c > largest) largest = c;
-  }
-  const double* d = d_.get();
-  int64_t k = innerBegin;
-#if defined(__SSE2__)
-  // maxpd(c, lane) is c > lane ? c : lane, the comparison of the scalar
-  // loop, so NaN and ties come out the same. Pairs of samples are loaded
-  // once: the curvature of pair j is 2 P[j] - P[j - 1] - P[j + 1].
-  if (k + 8 <= innerEnd) {
-    const __m128d two = _mm_set1_pd(2.0);
-    __m128d lane[4];
-    for (__m128d& l : lane) l = _mm_set1_pd(largest);
-    __m128d previous = _mm_loadu_pd(d + k - 2);
-    __m128d current = _mm_loadu_pd(d + k);
-    for (; k + 8 <= innerEnd; k += 8) {
-      for (int j = 0; j < 4; ++j) {
-        const __m128d next = _mm_loadu_pd(d + k + 2 * j + 2);
-        const __m128d c =
-            _mm_sub_pd(_mm_sub_pd(_mm_mul_pd(two, current), previous), next);
-        lane[j] = _mm_max_pd(c, lane[j]);
-        previous = current;
-        current = next;
+template <bool kCurvature>
+void PeakSearch::Load(const SpectrumData& spectrum, double thresholdPercent) {
+  n_ = spectrum.count;
+  d_.reset(new double[static_cast<size_t>(n_)]);
+  double largest = 0.0;
+  const Progress p = ConvertAny<kCurvature>(spectrum, d_.get(), &largest);
+  threshold_ = 0.0;
+  if constexpr (kCurvature) {
+    // The ends, where Curvature() clamps its indexes, and whatever the
+    // fused pass did not reach.
+    const auto take = [&](int64_t begin, int64_t end) {
+      for (int64_t k = begin; k < end; ++k) {
+        const double c = Curvature(k);
+        if (c > largest) largest = c;
       }
-    }
-    double lanes[8];
-    for (int j = 0; j < 4; ++j) _mm_storeu_pd(lanes + 2 * j, lane[j]);
-    for (double l : lanes) {
-      if (l > largest) largest = l;
-    }
+    };
+    take(0, p.curvedBegin);
+    take(std::max(p.curvedBegin, p.curvedEnd), n_);
+    threshold_ = largest * thresholdPercent * 0.01;
   }
-#endif
-  for (; k < end; ++k) {
-    const double c = Curvature(k);
-    if (c > largest) largest = c;
-  }
-  return largest;
 }
 
 void PeakSearch::LoadPeakData(const SpectrumData& spectrum,
                               double thresholdPercent) {
-  n_ = spectrum.count;
-  d_.reset(new double[static_cast<size_t>(n_)]);
-  double largest = 0.0;
-  // c[k] needs d[k + 2]: after each block the curvature is complete up to
-  // two samples before the block's end.
-  int64_t ready = 0;
-  for (int64_t begin = 0; begin < n_; begin += kBlock) {
-    const int64_t end = std::min(n_, begin + kBlock);
-    ConvertRange(spectrum, begin, end, d_.get());
-    const int64_t complete = end == n_ ? n_ : end - 2;
-    largest = LargestCurvature(ready, complete, largest);
-    ready = complete;
-  }
-  threshold_ = largest * thresholdPercent * 0.01;
+  Load<true>(spectrum, thresholdPercent);
+}
+
+void PeakSearch::LoadSamples(const SpectrumData& spectrum) {
+  Load<false>(spectrum, 0.0);
 }
 
 int64_t PeakSearch::LocatePeak(int64_t s, Peak* peak) const {

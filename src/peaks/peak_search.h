@@ -34,6 +34,10 @@ class PeakSearch {
   // HasData must hold.
   void LoadPeakData(const SpectrumData& spectrum, double thresholdPercent);
 
+  // The same conversion without the curvature (threshold 0.0): what loading
+  // the samples alone costs, for the benchmarks.
+  void LoadSamples(const SpectrumData& spectrum);
+
   int64_t Count() const { return n_; }
   double Threshold() const { return threshold_; }
   double Curvature(int64_t k) const {
@@ -48,8 +52,9 @@ class PeakSearch {
   int64_t LocatePeak(int64_t s, Peak* peak) const;
 
  private:
-  // Largest curvature of indexes [begin, end), starting from `largest`.
-  double LargestCurvature(int64_t begin, int64_t end, double largest) const;
+  // Converts the samples; with kCurvature also sets the threshold.
+  template <bool kCurvature>
+  void Load(const SpectrumData& spectrum, double thresholdPercent);
 
   std::unique_ptr<double[]> d_;
   int64_t n_ = 0;
