@@ -1,6 +1,7 @@
 #include "peaks/peak_search.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <cstring>
 #include <type_traits>
 #include <utility>
@@ -41,6 +42,39 @@ struct Progress {
   int64_t curvedEnd = 0;
 };
 
+// Samples k and k + 1 as doubles, converted exactly as static_cast does.
+#if defined(__SSE2__)
+template <class T>
+__m128d Pair(const unsigned char* in, int64_t k) {
+  const unsigned char* p = in + k * static_cast<int64_t>(sizeof(T));
+  const __m128i zero = _mm_setzero_si128();
+  if constexpr (std::is_same_v<T, double>) {
+    return _mm_loadu_pd(reinterpret_cast<const double*>(p));
+  } else if constexpr (std::is_same_v<T, float>) {
+    return _mm_cvtps_pd(
+        _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(p))));
+  } else if constexpr (sizeof(T) == 4) {
+    __m128i x = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
+    if constexpr (std::is_signed_v<T>) return _mm_cvtepi32_pd(x);
+    // Shifted into the signed range and back: both steps are exact.
+    x = _mm_xor_si128(x, _mm_set1_epi32(INT32_MIN));
+    return _mm_add_pd(_mm_cvtepi32_pd(x), _mm_set1_pd(2147483648.0));
+  } else {
+    int32_t bits = 0;
+    std::memcpy(&bits, p, 2 * sizeof(T));
+    __m128i x = _mm_cvtsi32_si128(bits);
+    // Widened to 32 bits: sign-extended by an arithmetic shift, or zeros.
+    if constexpr (sizeof(T) == 1) {
+      x = std::is_signed_v<T> ? _mm_srai_epi16(_mm_unpacklo_epi8(x, x), 8)
+                              : _mm_unpacklo_epi8(x, zero);
+    }
+    x = std::is_signed_v<T> ? _mm_srai_epi32(_mm_unpacklo_epi16(x, x), 16)
+                            : _mm_unpacklo_epi16(x, zero);
+    return _mm_cvtepi32_pd(x);
+  }
+}
+#endif
+
 // Each sample is converted once and its curvature taken while the sample
 // is still in a register. c[k] is evaluated as (2 d[k] - d[k - 2]) -
 // d[k + 2] in every lane, as Curvature() does, and maxpd(c, lane) is
@@ -54,11 +88,10 @@ Progress FusedPairs(const unsigned char* in, int64_t n, double* d,
   // With two lanes and a step of two, the neighbours of pair j are the
   // pairs j - 1 and j + 1.
   if (n < 6) return p;
-  const auto pair = [in](int64_t k) {
-    return _mm_set_pd(At<T>(in, k + 1), At<T>(in, k));
-  };
+  const auto pair = [in](int64_t k) { return Pair<T>(in, k); };
   const __m128d two = _mm_set1_pd(2.0);
   __m128d lane = _mm_setzero_pd();
+  __m128d other = lane;
   __m128d previous = pair(0);
   __m128d current = pair(2);
   _mm_storeu_pd(d, previous);
@@ -71,12 +104,14 @@ Progress FusedPairs(const unsigned char* in, int64_t n, double* d,
       const __m128d c =
           _mm_sub_pd(_mm_sub_pd(_mm_mul_pd(two, current), previous), next);
       lane = _mm_max_pd(c, lane);
+      std::swap(lane, other);  // two sets of lanes, as below
     }
     previous = current;
     current = next;
   }
-  double lanes[2];
+  double lanes[4];
   _mm_storeu_pd(lanes, lane);
+  _mm_storeu_pd(lanes + 2, other);
   for (double l : lanes) {
     if (l > *largest) *largest = l;
   }

@@ -16,10 +16,7 @@
 
 namespace {
 
-template <class T>
-void Put(SpeCalibrationBlock& b, int offset, T v) {
-  std::memcpy(b.bytes + offset, &v, sizeof v);
-}
+void Put(auto& b, int at, auto v) { std::memcpy(b.bytes + at, &v, sizeof v); }
 template <class T>
 T Get(const SpeCalibrationBlock& b, int offset) {
   T v;
@@ -33,8 +30,8 @@ SpeCalibrationBlock Block() {  // 300 + 2 p, one region
   SpeCalibrationBlock b{};
   Put(b, KVX_SPE_OFFSET, 300.0);
   Put(b, KVX_SPE_FACTOR, 2.0);
-  Put<KvxLong>(b, KVX_SPE_INPUT_UNIT, CalibUnitOffsetFactor);
-  Put<KvxLong>(b, KVX_SPE_DISPLAY_UNIT, CalibUnitNanometers);
+  Put(b, KVX_SPE_INPUT_UNIT, KvxLong{CalibUnitOffsetFactor});
+  Put(b, KVX_SPE_DISPLAY_UNIT, KvxLong{CalibUnitNanometers});
   PutRegion(b, 0, 11, 100, 50);
   return b;
 }
@@ -43,32 +40,25 @@ CalibrationRecord Active(CalibHandle handle) {
   EXPECT_EQ(CalibDumpCalibration(handle, &r, sizeof r), 0u);
   return r;
 }
-// 1024 pixels, regions {1, 101, 200, 2} and {2, 601, 300, 3}, value = 400 +
-// 0.5 * pixel. Data points are pixels (the scan pattern is off), so a table
-// calibration has 1024 entries.
-void Prepare(CalibHandle handle) {
-  X_ROI regions[2] = {{1, 101, 200, 2}, {2, 601, 300, 3}};
-  DetectorRecord d{};
-  d.numPixels = 1024;
-  d.regions = regions;
-  d.regionCount = 2;
-  d.regionBytes = sizeof regions;
-  EXPECT_EQ(CalibLoadDetector(handle, &d, sizeof d), 0u);
-  CalibrationRecord r = Active(handle);
-  r.inputUnit = CalibUnitOffsetFactor;
-  r.offset = 400.0;
-  r.factor = 0.5;
-  EXPECT_EQ(CalibLoadCalibration(handle, &r, sizeof r), 0u);
-  CalibDisableScanPattern(handle);
-}
 
+// 1024 pixels, regions {1, 101, 200, 2} and {2, 601, 300, 3}, value = 400 +
+// 0.5 * pixel; the scan pattern is off, so a table has 1024 entries.
 class Spe : public ::testing::Test {
  protected:
   void SetUp() override {
-    Prepare(h);
+    X_ROI regions[2] = {{1, 101, 200, 2}, {2, 601, 300, 3}};
+    DetectorRecord d{};
+    std::tie(d.numPixels, d.regions, d.regionCount, d.regionBytes) =
+        std::make_tuple(1024, regions, 2, sizeof regions);
+    ASSERT_EQ(CalibLoadDetector(h, &d, sizeof d), 0u);
+    CalibrationRecord r = Active(h);
+    std::tie(r.inputUnit, r.offset, r.factor) =
+        std::make_tuple(CalibUnitOffsetFactor, 400.0, 0.5);
+    ASSERT_EQ(CalibLoadCalibration(h, &r, sizeof r), 0u);
+    CalibDisableScanPattern(h);
     for (int i = 0; i < 1024; ++i) table.push_back(500.0 + i);
   }
-  // The regions and the pixel count of the active detector.
+  // The first regions and the pixel count of the active detector.
   std::vector<X_ROI> Pattern(KvxLong regionCount, KvxLong* numPixels) {
     std::vector<X_ROI> regions(regionCount);
     DetectorRecord d{};
@@ -82,48 +72,55 @@ class Spe : public ::testing::Test {
   std::vector<double> table;
 };
 
+// Order 1 whatever the block says, the point count lowered to 10 (a
+// negative one kept), 40 label bytes, valid set, only code 3 disables.
 TEST_F(Spe, LoadBuildsTheRecordAsTheBlockDescribesIt) {
-  // clang-format off
-  const struct { int offset; size_t bytes; KvxLong value;
-                 KvxLong CalibrationRecord::*field; KvxLong expected; } cases[] = {
-      {KVX_SPE_POLY_ORDER, 1, 3, &CalibrationRecord::polyOrder, 1},  // kept
-      {KVX_SPE_POINT_COUNT, 1, 12, &CalibrationRecord::pointCount, 10},
-      {KVX_SPE_POINT_COUNT, 1, -3, &CalibrationRecord::pointCount, -3},
-      {KVX_SPE_INPUT_UNIT, 4, 77, &CalibrationRecord::inputUnit, 77},
-      {KVX_SPE_DISPLAY_UNIT, 4, 9, &CalibrationRecord::displayUnit, 9}};
-  // clang-format on
-  for (const auto& c : cases) {
-    SpeCalibrationBlock b = Block();
-    std::memcpy(b.bytes + c.offset, &c.value, c.bytes);
-    ASSERT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 0u);
-    EXPECT_EQ(Active(h).*c.field, c.expected) << c.offset;
-  }
   SpeCalibrationBlock b = Block();
+  Put(b, KVX_SPE_POINT_COUNT, int8_t{12});
   std::memset(b.bytes + KVX_SPE_UNIT_LABEL, 'u', 41);
   std::memset(b.bytes + KVX_SPE_CALIB_LABEL, 'c', 41);
-  Put(b, KVX_SPE_LASER_LINE, 532.0);
   ASSERT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 0u);
   const CalibrationRecord r = Active(h);
+  EXPECT_EQ(r.pointCount * 10 + r.valid, 101);  // the block's valid was 0
   EXPECT_EQ(std::string(r.unitLabel) + r.calibLabel,
             std::string(40, 'u') + std::string(40, 'c'));
-  EXPECT_EQ(r.laserLine, 532.0);
-  EXPECT_EQ(r.valid, 1);  // the block's valid byte was 0
-  for (KvxLong code : {INT_MIN, -1, 0, 1, 2, 3, 4, INT_MAX}) {
+  // Two points in nanometres load only as order 1 (order 3 needs four).
+  SpeCalibrationBlock points = Block();
+  Put(points, KVX_SPE_INPUT_UNIT, KvxLong{CalibUnitNanometers});
+  Put(points, KVX_SPE_POLY_ORDER, int8_t{3});
+  for (int i = 0; i < 10; ++i) {
+    Put(points, KVX_SPE_POINT_POSITION + 8 * i, i < 2 ? i + 1.0 : -1.0);
+    Put(points, KVX_SPE_POINT_VALUE + 8 * i, i < 2 ? 500.0 + i : -1.0);
+  }
+  ASSERT_EQ(CalibLoadSPECalibration(h, &points, sizeof points), 0u);
+  EXPECT_EQ(Active(h).polyOrder, 1);
+  Put(b, KVX_SPE_POINT_COUNT, int8_t{-3});
+  for (KvxLong code : {0, 3, 4}) {
     Put(b, KVX_SPE_ENABLED_CODE, code);
     ASSERT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 0u);
-    double v = 0;  // only 3 disables
+    EXPECT_EQ(Active(h).pointCount, -3);
+    double v = 0;
     EXPECT_EQ(CalibPixelToCalibValue(h, 10.0, &v), code == 3 ? 11036 : 0);
     EXPECT_EQ(v, code == 3 ? 10.0 : 320.0);
   }
 }
 
-// The pixel count is left at the last region's end; no regions empty the
-// pattern.
-TEST_F(Spe, RegionsLoadWithStartMinusOneAndWidthOverDivisor) {
-  SpeCalibrationBlock b = Block();
+// Start - 1, width / divisor; the pixel count is left at the last region's
+// end, and no regions empty the pattern. Dump writes (startPixel, numGroups
+// x binning, binning), so after a dump and load {101, 200, 2} is start 100
+// with 2 groups of 100 pixels, and {601, 300, 3} leaves 601 + 300 pixels.
+TEST_F(Spe, RegionsLoadWithStartMinusOneAndDoNotSurviveADumpAndLoad) {
+  SpeCalibrationBlock b;
+  ASSERT_EQ(CalibDumpSPECalibration(h, &b, sizeof b), 0u);
+  EXPECT_EQ(Get<KvxLong>(b, KVX_SPE_REGIONS + 4), 200);
   ASSERT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 0u);
   KvxLong pixels = 0;
-  const X_ROI roi = Pattern(1, &pixels)[0];
+  X_ROI roi = Pattern(2, &pixels)[0];
+  EXPECT_EQ(roi.startPixel * 1000 + roi.binning, 100 * 1000 + 100);
+  EXPECT_EQ(pixels, 901);
+  b = Block();
+  ASSERT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 0u);
+  roi = Pattern(1, &pixels)[0];
   EXPECT_EQ(roi.startPixel * 1000000 + roi.width * 1000 + roi.binning,
             10 * 1000000 + 100 * 1000 + 2);
   EXPECT_EQ(pixels, 111);
@@ -134,39 +131,21 @@ TEST_F(Spe, RegionsLoadWithStartMinusOneAndWidthOverDivisor) {
   EXPECT_EQ(count, 0);
 }
 
-// Dump writes (startPixel, numGroups x binning, binning); loading that back
-// reads the binning as a divisor: {101, 200, 2} becomes start 100 with 2
-// groups of 100 pixels, and {601, 300, 3} leaves 601 + 300 pixels.
-TEST_F(Spe, RegionsDoNotSurviveADumpAndLoad) {
-  SpeCalibrationBlock b;
-  ASSERT_EQ(CalibDumpSPECalibration(h, &b, sizeof b), 0u);
-  EXPECT_EQ(Get<KvxLong>(b, KVX_SPE_REGIONS + 4), 200);
-  ASSERT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 0u);
-  KvxLong pixels = 0;
-  const X_ROI roi = Pattern(2, &pixels)[0];
-  EXPECT_EQ(roi.startPixel * 1000 + roi.binning, 100 * 1000 + 100);
-  EXPECT_EQ(pixels, 901);
-}
-
 TEST_F(Spe, AFailedLoadKeepsTheCalibrationAndTheOldScanPattern) {
   const KvxLong tbl = INT_MIN | CalibUnitNanometers;
-  // Unit, table length (table set unless 0), factor, second region.
+  // Unit, table length (table set unless 0), second region.
   // clang-format off
-  const struct { KvxLong unit, tableLength; double factor;
-                 KvxLong start, width, divisor; KvxULong code; } cases[] = {
-      {2, 0, 0.0, 0, 0, 0, 11035},       {tbl, 0, 2.0, 0, 0, 0, 11028},
-      {tbl, -1024, 2.0, 0, 0, 0, 11028}, {tbl, 7, 2.0, 0, 0, 0, 11029},
-      {tbl, 1024, 2.0, 300, 10, 0, 11008},  // the copied table is released
-      {2, 0, 2.0, 50, 10, 5, 11005},     {2, 0, 2.0, 1, 10, 5, 11006},
-      {2, 0, 2.0, -5, 10, 5, 11006},     {2, 0, 2.0, INT_MAX - 5, 100, 10, 11006},
-      {2, 0, 2.0, 300, 0, 7, 11008}};
+  const struct { KvxLong unit, tableLength, start, width, divisor;
+                 KvxULong code; } cases[] = {
+      {tbl, 0, 0, 0, 0, 11028}, {tbl, -1024, 0, 0, 0, 11028},
+      {tbl, 1024, 300, 10, 0, 11008},  // the copied table is released
+      {2, 0, -5, 10, 5, 11006}, {2, 0, INT_MAX - 5, 100, 10, 11006}};
   // clang-format on
   const CalibrationRecord before = Active(h);
   for (const auto& c : cases) {
     SpeCalibrationBlock b = Block();
     Put(b, KVX_SPE_INPUT_UNIT, c.unit);
     Put(b, KVX_SPE_DISPLAY_UNIT, c.unit);
-    Put(b, KVX_SPE_FACTOR, c.factor);
     if (c.tableLength != 0) Put(b, KVX_SPE_TABLE, table.data());
     Put(b, KVX_SPE_TABLE_LENGTH, c.tableLength);
     PutRegion(b, 1, c.start, c.width, c.divisor);
@@ -179,19 +158,15 @@ TEST_F(Spe, AFailedLoadKeepsTheCalibrationAndTheOldScanPattern) {
   }
   SpeCalibrationBlock b = Block();
   EXPECT_EQ(CalibLoadSPECalibration(h, &b, 503), 11037u);
-  EXPECT_EQ(CalibLoadSPECalibration(h, &b, 0), 11037u);
   EXPECT_EQ(CalibLoadSPECalibration(h, nullptr, sizeof b), 11000u);
 }
 
 TEST_F(Spe, DumpWritesAngstromsInNanometresAndOrderOne) {
   CalibrationRecord r = Active(h);
-  r.inputUnit = CalibUnitAngstroms;
-  r.displayUnit = CalibUnitMicrons;
-  r.polyOrder = 3;
-  r.pointCount = 2;
+  std::tie(r.inputUnit, r.displayUnit, r.polyOrder, r.pointCount, r.enabled) =
+      std::make_tuple(CalibUnitAngstroms, CalibUnitMicrons, 3, 2, 0);
   const double values[3] = {5852.49, 6402.25, 7000.0};  // 3rd beyond count
   std::memcpy(r.pointValue, values, sizeof values);
-  r.enabled = 0;
   ASSERT_EQ(CalibLoadCalibration(h, &r, sizeof r), 0u);
   SpeCalibrationBlock b;
   std::memset(&b, 0xAB, sizeof b);
@@ -209,24 +184,19 @@ TEST_F(Spe, DumpWritesAngstromsInNanometresAndOrderOne) {
   EXPECT_EQ(b.bytes[20] | b.bytes[61] | b.bytes[503], 0);  // unlisted bytes
 }
 
-TEST_F(Spe, ADumpedTableIsTheHostsToRelease) {
+TEST_F(Spe, ADumpedTableIsAFreshCopyTheHostReleases) {
   CalibrationRecord r = Active(h);
   r.inputUnit = r.displayUnit = INT_MIN | CalibUnitNanometers;
-  r.table = table.data();
-  r.tableLength = 1024;
+  std::tie(r.table, r.tableLength) = std::make_tuple(table.data(), 1024);
   ASSERT_EQ(CalibLoadCalibration(h, &r, sizeof r), 0u);
   SpeCalibrationBlock b;
   ASSERT_EQ(CalibDumpSPECalibration(h, &b, sizeof b), 0u);
   double* handed = Get<double*>(b, KVX_SPE_TABLE);
-  ASSERT_NE(handed, nullptr);
-  EXPECT_TRUE(handed != table.data() && handed != Active(h).table);
+  ASSERT_TRUE(handed && handed != table.data() && handed != Active(h).table);
   EXPECT_EQ(Get<KvxLong>(b, KVX_SPE_TABLE_LENGTH), 1024);
   EXPECT_EQ(std::vector<double>(handed, handed + 1024), table);
-  kvx_test::Handle other;
-  Prepare(other);
-  ASSERT_EQ(CalibLoadSPECalibration(other, &b, sizeof b), 0u);
-  const double* loaded = Active(other).table;
-  EXPECT_NE(loaded, handed);
+  ASSERT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 0u);  // copied again
+  const double* loaded = Active(h).table;
   EXPECT_EQ(std::vector<double>(loaded, loaded + 1024), table);
   EXPECT_EQ(KvxFreeSPECalibrationTable(&b, 503), 11037u);
   EXPECT_EQ(KvxFreeSPECalibrationTable(nullptr, sizeof b), 11000u);
