@@ -52,7 +52,7 @@ __m128d Pair(const unsigned char* in, int64_t k) {
     return _mm_loadu_pd(reinterpret_cast<const double*>(p));
   } else if constexpr (std::is_same_v<T, float>) {
     return _mm_cvtps_pd(
-        _mm_castpd_ps(_mm_load_sd(reinterpret_cast<const double*>(p))));
+        _mm_castsi128_ps(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p))));
   } else if constexpr (sizeof(T) == 4) {
     __m128i x = _mm_loadl_epi64(reinterpret_cast<const __m128i*>(p));
     if constexpr (std::is_signed_v<T>) return _mm_cvtepi32_pd(x);

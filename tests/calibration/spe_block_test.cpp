@@ -24,12 +24,11 @@ T Get(const SpeCalibrationBlock& b, int offset) {
   return v;
 }
 void PutRegion(SpeCalibrationBlock& b, int k, KvxLong s, KvxLong w, KvxLong d) {
-  Put(b, KVX_SPE_REGIONS + 12 * k, std::array<KvxLong, 3>{s, w, d});
+  Put(b, KVX_SPE_REGIONS + 12 * k, std::array{s, w, d});
 }
 SpeCalibrationBlock Block() {  // 300 + 2 p, one region
   SpeCalibrationBlock b{};
-  Put(b, KVX_SPE_OFFSET, 300.0);
-  Put(b, KVX_SPE_FACTOR, 2.0);
+  Put(b, KVX_SPE_OFFSET, std::array{300.0, 2.0});  // and KVX_SPE_FACTOR
   Put(b, KVX_SPE_INPUT_UNIT, KvxLong{CalibUnitOffsetFactor});
   Put(b, KVX_SPE_DISPLAY_UNIT, KvxLong{CalibUnitNanometers});
   PutRegion(b, 0, 11, 100, 50);

@@ -10,7 +10,6 @@
 
 #include <cmath>
 #include <cstring>
-#include <limits>
 #include <tuple>
 #include <vector>
 
@@ -18,9 +17,6 @@
 #include "support/test_handle.h"
 
 namespace {
-
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInf = std::numeric_limits<double>::infinity();
 
 std::vector<double> Spikes(std::vector<std::pair<int, double>> at,
                            size_t n = 100, double base = 0.0) {
@@ -120,14 +116,13 @@ TEST_F(Peaks, SpectraWithoutSamplesWriteNothingAndNullOutputsAreRefused) {
   std::vector<double> d = Spikes({{20, 1.0}});
   double pos[2] = {-7, -7}, val[2] = {-7, -7}, near = -7;
   KvxLong count = -7;
-  for (KvxLong n : {0, -1}) {
-    SpectrumData s = Spectrum(d.data(), n);
+  for (auto [data, n] :
+       {std::pair(d.data(), 0), {d.data(), -1}, {nullptr, 100}}) {
+    SpectrumData s = Spectrum(data, n);
     EXPECT_EQ(CalibFindPeaks(h, &s, pos, val, 1, &count), 0u);
     EXPECT_EQ(CalibFindNearestPeak(h, &s, 21.0, &near), 0u);
   }
-  SpectrumData s = Spectrum(nullptr, 100);
-  EXPECT_EQ(CalibFindPeaks(h, &s, pos, val, 1, &count), 0u);
-  s = Spectrum(d.data(), 100);
+  SpectrumData s = Spectrum(d.data(), 100);
   EXPECT_EQ(CalibFindPeaks(h, &s, pos, val, 0, &count), 0u);  // counts only
   EXPECT_EQ(pos[0] + val[0] + near + count, -20.0);
   EXPECT_EQ(CalibFindPeaks(h, nullptr, pos, val, 2, &count), 11000u);
@@ -151,13 +146,13 @@ TEST_F(Peaks, NearestPeakAndSpectraAtTheEdges) {
       {two, 41.0, 0, 61.0, 2}, {two, 40.9, 0, 21.0, 2}, {two, 21.0, 0, 21.0, 2},
       {two, 99.0, 0, 61.0, 2}, {two, 1.0, 0, 21.0, 2}, {two, 100.99, 0, 61.0, 2},
       {one, 0.5, 11063, -7, 1}, {one, 101.0, 11063, -7, 1},
-      {one, kNaN, 11063, -7, 1}, {one, kInf, 11063, -7, 1},
+      {one, NAN, 11063, -7, 1}, {one, INFINITY, 11063, -7, 1},
       {Spikes({}), 5.0, 11064, -7, 0},
       {Spikes({{0, 5}}, 1), 1.0, 11064, -7, 0},
       {Spikes({{1, 5}}, 2), 2.0, 0, 0.0, 0},
       {Spikes({{99, 4}}), 100.0, 0, 0.0, 0},
-      {Spikes({{0, kNaN}, {20, 1}, {60, kNaN}, {99, kNaN}}), 50.0, 0, 21.0, 2},
-      {Spikes({{0, kInf}, {20, 1}, {60, kInf}, {99, kInf}}), 50.0, 11064, -7, 1}};
+      {Spikes({{0, NAN}, {20, 1}, {60, NAN}, {99, NAN}}), 50.0, 0, 21.0, 2},
+      {Spikes({{0, INFINITY}, {20, 1}, {60, INFINITY}, {99, INFINITY}}), 50.0, 11064, -7, 1}};
   // clang-format on
   for (auto c : cases) {
     std::vector<double> pos(4);
