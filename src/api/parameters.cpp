@@ -1,6 +1,7 @@
 #include "api/parameters.h"
 
 #include <cstring>
+#include <type_traits>
 
 #include "api/calib_object.h"
 #include "api/parameter_rows.h"
@@ -25,8 +26,20 @@ const ParameterDesc* RowWith(int32_t id, int32_t first, int32_t last,
   return row != nullptr && row->*member != nullptr ? row : nullptr;
 }
 
-bool ModelMissing(const ParameterDesc& row, CalibObject& object) {
-  return row.needsModel && object.Model() == nullptr;
+// The numeric families: the row, the model check, then (for reads) the
+// output pointer, in that order.
+template <class F, class Value>
+NqeErrorCode Dispatch(CalibObject& object, int32_t id, int32_t first,
+                      int32_t last, F ParameterDesc::*member, Value value) {
+  const ParameterDesc* row = RowWith(id, first, last, member);
+  if (row == nullptr) return NqeUnknownParameter;
+  if (row->needsModel && object.Model() == nullptr) {
+    return NqeNoSpectrographModel;
+  }
+  if constexpr (std::is_pointer_v<Value>) {
+    if (value == nullptr) return NqeNullPointer;
+  }
+  return (row->*member)(object, value);
 }
 
 // Length of a text of at most `limit` characters.
@@ -41,37 +54,23 @@ constexpr int32_t kMaxText = kTextFieldSize - 1;
 }  // namespace
 
 NqeErrorCode SetIntParam(CalibObject& object, int32_t id, int32_t value) {
-  const ParameterDesc* row =
-      RowWith(id, kIntWriteFirst, kIntWriteLast, &ParameterDesc::setInt);
-  if (row == nullptr) return NqeUnknownParameter;
-  if (ModelMissing(*row, object)) return NqeNoSpectrographModel;
-  return row->setInt(object, value);
+  return Dispatch(object, id, kIntWriteFirst, kIntWriteLast,
+                  &ParameterDesc::setInt, value);
 }
 
 NqeErrorCode GetIntParam(CalibObject& object, int32_t id, int32_t* value) {
-  const ParameterDesc* row =
-      RowWith(id, kIntReadFirst, kIntReadLast, &ParameterDesc::getInt);
-  if (row == nullptr) return NqeUnknownParameter;
-  if (ModelMissing(*row, object)) return NqeNoSpectrographModel;
-  if (value == nullptr) return NqeNullPointer;
-  return row->getInt(object, value);
+  return Dispatch(object, id, kIntReadFirst, kIntReadLast,
+                  &ParameterDesc::getInt, value);
 }
 
 NqeErrorCode SetDoubleParam(CalibObject& object, int32_t id, double value) {
-  const ParameterDesc* row =
-      RowWith(id, kDoubleFirst, kDoubleLast, &ParameterDesc::setDouble);
-  if (row == nullptr) return NqeUnknownParameter;
-  if (ModelMissing(*row, object)) return NqeNoSpectrographModel;
-  return row->setDouble(object, value);
+  return Dispatch(object, id, kDoubleFirst, kDoubleLast,
+                  &ParameterDesc::setDouble, value);
 }
 
 NqeErrorCode GetDoubleParam(CalibObject& object, int32_t id, double* value) {
-  const ParameterDesc* row =
-      RowWith(id, kDoubleFirst, kDoubleLast, &ParameterDesc::getDouble);
-  if (row == nullptr) return NqeUnknownParameter;
-  if (ModelMissing(*row, object)) return NqeNoSpectrographModel;
-  if (value == nullptr) return NqeNullPointer;
-  return row->getDouble(object, value);
+  return Dispatch(object, id, kDoubleFirst, kDoubleLast,
+                  &ParameterDesc::getDouble, value);
 }
 
 // Hosts call this under two names, one of them a "get"; both only write,
