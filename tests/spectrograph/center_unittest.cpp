@@ -1,19 +1,16 @@
-// Center wavelength, stepping, the model calibration and the target slots.
-//
-// Expected values: /usr/bin/python3, the grating equation as in
-// grating_unittest.cpp (1200 g/mm, 30 deg, 300 mm, 26 um, c = 512.5):
-//   effective center for 500 with o = 10, r = 0: corrections
-//     0.6052285543460698, -0.00015592061237157395, 4.018340860056924e-08
-//     -> 500.6050726739171; drive with s = 0.001 -> 501.10567774659097
-//   effective center for 600 with o = 10 -> 600.5777047945543
-//   for 500 with o = 600 - 512.5 = 87.5 (4 corrections) -> 505.2952782350938
-//   center 602, o = 0: pixel 1 -> 572.0185233739644, pixel 1024 ->
-//     630.9983165770489, span (overlap 2) 56.979793203084455; with B = 600
-//     A = 598 - span * q: q 1 -> 541.0202067969155 (1 step), 1.000001 ->
-//     541.0201498171224 (1), 1.00002 -> 541.0190672010515 (2)
-//   range 400..600, overlap 5 (center 605): width 58.89047034243549,
-//     4 steps centred at 424.44523517121775, 478.33570551365324,
-//     532.2261758560887, 586.1166461985242
+// Center, stepping, model calibration, target slots. Expected values from
+// /usr/bin/python3, the grating equation as in grating_unittest.cpp:
+//   center 500, o 10: corrections 0.6052285543460698,
+//     -0.00015592061237157395, 4.018340860056924e-08 -> 500.6050726739171;
+//     drive (s 0.001) 501.10567774659097; 600, o 10 -> 600.5777047945543
+//   center 500, o 87.5 (4 corrections) -> 505.2952782350938
+//   center 602, o 0: pixels 1, 1024 -> 572.0185233739644, 630.9983165770489,
+//     span 56.979793203084455; B 600, A = 598 - span q: q 1 ->
+//     541.0202067969155 (1 step), 1.000001 -> 541.0201498171224 (1),
+//     1.00002 -> 541.0190672010515 (2)
+//   400..600, overlap 5 (center 605): width 58.89047034243549, centers
+//     424.44523517121775, 478.33570551365324, 532.2261758560887,
+//     586.1166461985242
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -39,9 +36,7 @@ TEST_F(Center, EffectiveCenterPutsTheRequestOnTheOffsetCenter) {
   model().optics.centerPixelOffset = 0.0;
   ASSERT_EQ(kvx::ConvertCenterWavelength(model(), 500.0, nullptr), NqeSuccess);
   EXPECT_EQ(model().center.effectiveCenter, 500.0);
-}
-
-TEST_F(Center, CenterOffsetMovesTheCenterToTheGivenDataPoint) {
+  // The offset that moves the center to data point 600.
   ASSERT_EQ(kvx::CalcCenterOffset(model(), 600.0), NqeSuccess);
   EXPECT_EQ(model().ActiveGrating()->centerPixelOffset, 87.5);
   ASSERT_EQ(kvx::SetCenterWavelength(model(), 500.0), NqeSuccess);
@@ -59,7 +54,7 @@ TEST_F(Center, RefusedCentersLeaveTheCenterAlone) {
   }
 }
 
-TEST_F(Center, StepCountRoundsWithinAMargin) {
+TEST_F(Center, StepCountRoundsWithinAMarginAndCentersOverlap) {
   const double starts[] = {541.0202067969155, 541.0201498171224,
                            541.0190672010515};
   for (int i = 0; i < 3; ++i) {
@@ -77,10 +72,6 @@ TEST_F(Center, StepCountRoundsWithinAMargin) {
             NqeOverlapTooLarge);
   EXPECT_EQ(steps, -1);
   EXPECT_EQ(model().stepping.rangeEnd, 600.0);
-}
-
-TEST_F(Center, StepCentersOverlapByTheOverlap) {
-  int32_t steps = 0;
   ASSERT_EQ(kvx::GetNumberSteps(model(), 400.0, 600.0, 5.0, &steps),
             NqeSuccess);
   ASSERT_EQ(steps, 4);

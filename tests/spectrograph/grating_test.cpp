@@ -1,5 +1,4 @@
-// The grating-model exports as a host calls them: the center wavelength
-// kept by the handle slot, and the refusal of the model on a manual object.
+// The center wavelength kept by the handle slot, as a host sees it.
 #include <gtest/gtest.h>
 
 #include "KelvoCalibrate.h"
@@ -22,18 +21,6 @@ TEST(GratingExports, SlotCenterSurvivesARefusalAndTheObject) {
   EXPECT_EQ(CalibCalcPxlWavLngth(automatic, 17.0, &v), NqeSuccess);
   EXPECT_EQ(v, 550.0);
   ASSERT_EQ(CalibDestroy(automatic), 0u);
-}
-
-TEST(GratingExports, ManualObjectRefusesTheModelExports) {
-  // One export of each frame path: slot center, object loop, model.
-  Handle h;
-  double d = 0.0;
-  KvxLong n = 0;
-  EXPECT_EQ(CalibCalcPxlWavLngth(h, 1.0, &d), NqeNoSpectrographModel);
-  EXPECT_EQ(CalibCalcDataPointCalibValue(h, 1.0, &d), 11054u);
-  EXPECT_EQ(CalibCalcCalibPixelArray(h, 1, &d), NqeNoSpectrographModel);
-  EXPECT_EQ(CalibCalcDataPointCalibArray(h, 1, &d), 11054u);
-  EXPECT_EQ(CalibGetNumberSteps(h, 400.0, 900.0, 5.0, &n), 11054u);
 }
 
 }  // namespace
