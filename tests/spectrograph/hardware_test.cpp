@@ -1,4 +1,5 @@
-// Spectrograph hardware lists through the exports of an automatic object.
+// The spectrograph hardware lists and the handle slot's center wavelength
+// through the exports.
 #include "spectrograph/hardware_fixtures.h"
 
 namespace kvx_hardware_test {
@@ -134,6 +135,22 @@ TEST(SpectrographModel, AfterCopyFromAManualObjectEveryOperationFindsNone) {
   ASSERT_EQ(CalibAddSpectrograph(h, &r, sizeof r, &id), 0u);
   EXPECT_EQ(ActiveSpectrograph(h), 0u);
   EXPECT_EQ(CalibSetActiveSpectrographID(h, 7), 0u);
+}
+
+TEST(GratingExports, SlotCenterSurvivesARefusalAndTheObject) {
+  CalibHandle manual = 0;
+  ASSERT_EQ(CalibCreate(CalibModeManual, &manual), 0u);
+  EXPECT_EQ(CalibSetCenterWavelength(manual, 550.0), 11054u);
+  ASSERT_EQ(CalibDestroy(manual), 0u);
+  CalibHandle automatic = 0;
+  ASSERT_EQ(CalibCreate(CalibModeAutomatic, &automatic), 0u);
+  ASSERT_EQ(automatic, manual);
+  // A new model has groove density 0, so every pixel sees the center the
+  // frame passes: the slot's 550, not the model's own 0.
+  double v = 0.0;
+  EXPECT_EQ(CalibCalcPxlWavLngth(automatic, 17.0, &v), NqeSuccess);
+  EXPECT_EQ(v, 550.0);
+  ASSERT_EQ(CalibDestroy(automatic), 0u);
 }
 
 }  // namespace
