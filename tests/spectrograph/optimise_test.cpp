@@ -1,20 +1,8 @@
 // Dispersion target data and optimisation as a host drives them. Expected
-// values from optimise_scan.py, an independent model of the scans (the
-// example instrument; lines 546.07 and 435.83 nm; cursors moved from the
-// proposal). Its output:
-//   U [51.69999999999999, 973.3, 51.69999999999999, 973.3]
-//   C [573.4072145509398, 518.8060770751927, 464.4510595277288,
-//      407.26004973199747]
-//   moves, initial objective, best f psi gamma obj px, working gamma:
-//   [0, 0, 0, 0] 6.931611551408424e-09; 300.0 30.0 0.0 6.931611551408424e-09
-//     1.1412365825887605e-07; 0.3
-//   [2, -1.5, 1, -2.5] 0.11525936789889785; 299.00000000000006 29.9
-//     -0.7500000000000001 0.030766965972088656 0.50460185597979;
-//     -0.44999999999999984
-//   [20, -15, 10, -25] 1.152960264746389; 285.6000000000008 29.95
-//     -8.399999999999984 0.3149831434204316 4.989046689675847;
-//     -9.950000000000006
-//   working f and psi always 300.0 26.999999999999957
+// values: the output of optimise_scan.py (an independent model of the scans
+// on the example instrument, lines 546.07 and 435.83 nm, cursors moved from
+// the proposal), pasted unchanged into Propose and the ScanCase table; the
+// working f and psi it prints are 300.0 and 26.999999999999957 every time.
 #include <cmath>
 #include <limits>
 
