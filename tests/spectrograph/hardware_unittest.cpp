@@ -11,16 +11,11 @@ using kvx_hardware_test::Grating;
 using kvx_hardware_test::Spectrograph;
 using kvx_hardware_test::Turret;
 
-struct Automatic : kvx_test::ExampleModel {
-  SpectrographModel* m = nullptr;
-  void SetUp() override {
-    ExampleModel::SetUp();
-    m = &model();
-  }
-};
+using Automatic = kvx_test::ExampleModel;
 
 // Kept: counts that a load sets although the list does not follow.
 TEST_F(Automatic, CountsOutliveTheirLists) {
+  SpectrographModel* m = &model();
   EXPECT_EQ(m->ActiveGrating()->grooveDensity, -1.0);  // a new model's
   ASSERT_EQ(m->SelectSpectrographByIndex(1), NqeSuccess);
   EXPECT_EQ(m->ActiveTurret(), nullptr);  // unlike selection by ID
@@ -40,6 +35,7 @@ TEST_F(Automatic, CountsOutliveTheirLists) {
 // Kept: gratings 1..3 get side-exit copies 4..6; every non-zero position is
 // the side exit, yet only position 1 picks the copies.
 TEST_F(Automatic, OnlyMirrorPositionOnePicksTheSideExitGratings) {
+  SpectrographModel* m = &model();
   const uint32_t mainDetector = object.Detectors().ActiveEntry()->detectorId;
   const uint32_t mainCalibration = object.Calibrations().ActiveNode()->id;
   ASSERT_EQ(m->AddExitMirror(), NqeSuccess);
@@ -62,9 +58,8 @@ TEST_F(Automatic, OnlyMirrorPositionOnePicksTheSideExitGratings) {
   }
 }
 
-// Focal length and other gaps filled from the spectrograph are seen by the
-// optimisation tests; the pixel width comes from the detector.
 TEST_F(Automatic, GratingGapsAreFilledFromSpectrographAndDetector) {
+  SpectrographModel* m = &model();
   SpectrographRecord s = Spectrograph(7);
   TurretRecord t = Turret(1, 2);
   GratingRecord g[2] = {Grating(1), Grating(2, 600.0)};
