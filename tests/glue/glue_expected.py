@@ -1,15 +1,9 @@
 #!/usr/bin/env python3
-"""Expected output values of the glue tests in glue_test.cpp.
-
-An independent model of the glue: every block is a step function over its
-bin edges (midpoints between X values, the outer two half a spacing out);
-an output cell takes the integral of the block over the cell divided by the
-length of the cell it covers. The block's cells run from the one holding its
-first edge to the last one that ends inside it. Where a block meets cells
-already filled, the run of filled cells is crossfaded: old into new when the
-block starts inside old data, new into old when it ends there, else 50/50.
-Run: python3 glue_expected.py
-"""
+"""Expected glue output for glue_test.cpp: each block is a step function
+over its bins (edges midway between X values, outer ones half a spacing out);
+a cell takes the block's integral over the covered part / its length; runs of
+filled cells are crossfaded (old into new at the block's start, new into old
+at its end, else 50/50)."""
 
 
 def edges(x):

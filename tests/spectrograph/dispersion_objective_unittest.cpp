@@ -3,8 +3,8 @@
 // reach.
 #include <gtest/gtest.h>
 
+#include <bit>
 #include <cstdint>
-#include <cstring>
 
 #include "optimise/disp_params.h"
 #include "optimise/dispersion_objective.h"
@@ -37,12 +37,6 @@ class Dispersion : public ExampleModel {
   double out[5] = {};
 };
 
-uint64_t Bits(double v) {
-  uint64_t b;
-  std::memcpy(&b, &v, sizeof b);
-  return b;
-}
-
 // Zero and non-zero detector angles, and inclusion angles and groove
 // densities at which some or all slots cannot be reached.
 TEST_F(Dispersion, SplitFormIsBitIdenticalToTheGratingEquation) {
@@ -56,8 +50,9 @@ TEST_F(Dispersion, SplitFormIsBitIdenticalToTheGratingEquation) {
       for (double gamma : {0.0, -9.95, 0.05, 7.3, -0.0}) {
         fast.SetDetectorAngle(gamma);
         for (double f = 200.0; f < 400.0; f += 6.1) {
-          ASSERT_EQ(Bits(fast.Evaluate(f)),
-                    Bits(DispersionObjective(model(), f, psi, gamma)))
+          ASSERT_EQ(std::bit_cast<uint64_t>(fast.Evaluate(f)),
+                    std::bit_cast<uint64_t>(
+                        DispersionObjective(model(), f, psi, gamma)))
               << groove << " " << psi << " " << gamma << " " << f;
         }
       }

@@ -1,6 +1,5 @@
-// Spectrograph hardware lists through the exports of an automatic object.
-#include <iterator>
-
+// The spectrograph hardware lists and the handle slot's center wavelength
+// through the exports.
 #include "spectrograph/hardware_fixtures.h"
 
 namespace kvx_hardware_test {
@@ -77,20 +76,6 @@ TEST(SpectrographList, RemovalKeepsTheLastSpectrographAndIgnoresUnknownIds) {
   EXPECT_EQ(CalibSelectTurret(h, 1), 11049u);  // kept, without turrets
 }
 
-TEST(SpectrographList, LoadingTheFirstOfTwoDropsTheSecond) {
-  AutoHandle h;
-  const KvxULong first = ActiveSpectrograph(h);
-  SpectrographRecord r[3] = {Spectrograph(7), Spectrograph(9), Spectrograph(8)};
-  KvxULong newId = 0;
-  ASSERT_EQ(CalibAddSpectrograph(h, &r[0], sizeof r[0], &newId), 0u);
-  // A load into the last spectrograph keeps the list whole.
-  ASSERT_EQ(CalibSetActiveSpectrographID(h, 7), 0u);
-  ASSERT_EQ(CalibLoadSpectrograph(h, &r[1], sizeof r[1]), 0u);
-  ASSERT_EQ(CalibSetActiveSpectrographID(h, first), 0u);
-  ASSERT_EQ(CalibLoadSpectrograph(h, &r[2], sizeof r[2]), 0u);
-  EXPECT_EQ(CalibSetActiveSpectrographID(h, 9), 11043u);
-}
-
 TEST(TurretsAndGratings, BadInputIsRefusedWithItsCode) {
   AutoHandle h;
   TurretRecord t[2] = {Turret(1, 3), Turret(2, 1)};
@@ -152,26 +137,20 @@ TEST(SpectrographModel, AfterCopyFromAManualObjectEveryOperationFindsNone) {
   EXPECT_EQ(CalibSetActiveSpectrographID(h, 7), 0u);
 }
 
-TEST(SpectrographModel, ManualObjectAnswersEveryHardwareExportWith11054) {
-  kvx_test::Handle h;
-  SpectrographRecord r = Spectrograph(7);
-  KvxULong id = 0;
-  const KvxULong codes[] = {CalibLoadSpectrograph(h, &r, sizeof r),
-                            CalibGetActiveSpectrographID(h, &id),
-                            CalibSetActiveSpectrographID(h, 1),
-                            CalibAddSpectrograph(h, &r, sizeof r, &id),
-                            CalibRemoveSpectrographID(h, 1),
-                            CalibLoadTurrets(h, nullptr, 0, 0),
-                            CalibSelectTurret(h, 1),
-                            CalibLoadGratings(h, nullptr, 0, 0),
-                            CalibSelectGrating(h, 1),
-                            CalibAddExitMirror(h),
-                            CalibRemoveExitMirror(h),
-                            CalibSetExitMirrorPosition(h, 0),
-                            KvxULong(CalibSetGratingByIndexNum(h, 1, 1))};
-  for (std::size_t i = 0; i < std::size(codes); ++i) {
-    EXPECT_EQ(codes[i], 11054u) << "call " << i;
-  }
+TEST(GratingExports, SlotCenterSurvivesARefusalAndTheObject) {
+  CalibHandle manual = 0;
+  ASSERT_EQ(CalibCreate(CalibModeManual, &manual), 0u);
+  EXPECT_EQ(CalibSetCenterWavelength(manual, 550.0), 11054u);
+  ASSERT_EQ(CalibDestroy(manual), 0u);
+  CalibHandle automatic = 0;
+  ASSERT_EQ(CalibCreate(CalibModeAutomatic, &automatic), 0u);
+  ASSERT_EQ(automatic, manual);
+  // A new model has groove density 0, so every pixel sees the center the
+  // frame passes: the slot's 550, not the model's own 0.
+  double v = 0.0;
+  EXPECT_EQ(CalibCalcPxlWavLngth(automatic, 17.0, &v), NqeSuccess);
+  EXPECT_EQ(v, 550.0);
+  ASSERT_EQ(CalibDestroy(automatic), 0u);
 }
 
 }  // namespace

@@ -1,9 +1,8 @@
-// Hardware state that no export of the family reads back: counts, grating
-// positions, defaults and the working optics.
+// Hardware state that no export reads back: counts, grating positions,
+// defaults and the working optics.
 #include <utility>
 
-#include "api/calib_object.h"
-#include "spectrograph/hardware_fixtures.h"
+#include "spectrograph/model_fixture.h"
 
 namespace kvx {
 namespace {
@@ -12,19 +11,11 @@ using kvx_hardware_test::Grating;
 using kvx_hardware_test::Spectrograph;
 using kvx_hardware_test::Turret;
 
-struct Automatic : ::testing::Test {
-  void SetUp() override {
-    ASSERT_TRUE(object.SetupForMode(true));
-    m = object.Model();
-    DetectorRecord d = kvx_detector_test::Detector(1024, nullptr, 26.0);
-    ASSERT_EQ(object.Detectors().LoadDetector(&d, sizeof d), NqeSuccess);
-  }
-  CalibObject object;
-  SpectrographModel* m = nullptr;
-};
+using Automatic = kvx_test::ExampleModel;
 
-// Counts that a load sets although the list does not follow.
+// Kept: counts that a load sets although the list does not follow.
 TEST_F(Automatic, CountsOutliveTheirLists) {
+  SpectrographModel* m = &model();
   EXPECT_EQ(m->ActiveGrating()->grooveDensity, -1.0);  // a new model's
   ASSERT_EQ(m->SelectSpectrographByIndex(1), NqeSuccess);
   EXPECT_EQ(m->ActiveTurret(), nullptr);  // unlike selection by ID
@@ -36,21 +27,20 @@ TEST_F(Automatic, CountsOutliveTheirLists) {
   uint32_t id = 0;
   ASSERT_EQ(m->AddSpectrograph(&r, sizeof r, &id), NqeSuccess);
   ASSERT_EQ(m->LoadSpectrograph(&r, sizeof r), NqeSuccess);  // the first
-  EXPECT_EQ(m->Spectrographs().size(), 1u);
+  EXPECT_EQ(m->Spectrographs().size(), 1u);  // the second was dropped
   EXPECT_EQ(m->NumSpectrographs(), 2);
   EXPECT_EQ(m->SelectSpectrographByIndex(2), NqeBadNumber);
 }
 
-// Gratings 1..3 with side-exit copies 4..6. Every non-zero position is the
-// side exit, yet only position 1 picks the copies.
+// Kept: gratings 1..3 get side-exit copies 4..6; every non-zero position is
+// the side exit, yet only position 1 picks the copies.
 TEST_F(Automatic, OnlyMirrorPositionOnePicksTheSideExitGratings) {
+  SpectrographModel* m = &model();
   const uint32_t mainDetector = object.Detectors().ActiveEntry()->detectorId;
   const uint32_t mainCalibration = object.Calibrations().ActiveNode()->id;
   ASSERT_EQ(m->AddExitMirror(), NqeSuccess);
   EXPECT_EQ(m->ActiveTurret()->gratings.back().position, 2);  // a copy
   const kvx::Spectrograph& s = *m->ActiveSpectrograph();
-  ASSERT_NE(s.sideExitDetectorId, mainDetector);
-  ASSERT_NE(s.sideExitCalibrationId, mainCalibration);
   TurretRecord t = Turret(1, 3);
   GratingRecord g[3] = {Grating(1), Grating(2), Grating(3)};
   ASSERT_EQ(m->LoadTurrets(&t, sizeof t, 1), NqeSuccess);
@@ -61,7 +51,6 @@ TEST_F(Automatic, OnlyMirrorPositionOnePicksTheSideExitGratings) {
     ASSERT_EQ(m->SetExitMirrorPosition(position), NqeSuccess);
     (void)m->SelectGrating(2);  // 11002 at the blank side-exit detector
     EXPECT_EQ(m->ActiveGrating()->position, expected) << position;
-    EXPECT_EQ(m->ActiveGrating()->id, 2u);
     EXPECT_EQ(object.Detectors().ActiveEntry()->detectorId,
               position == 0 ? mainDetector : s.sideExitDetectorId);
     EXPECT_EQ(object.Calibrations().ActiveNode()->id,
@@ -70,6 +59,7 @@ TEST_F(Automatic, OnlyMirrorPositionOnePicksTheSideExitGratings) {
 }
 
 TEST_F(Automatic, GratingGapsAreFilledFromSpectrographAndDetector) {
+  SpectrographModel* m = &model();
   SpectrographRecord s = Spectrograph(7);
   TurretRecord t = Turret(1, 2);
   GratingRecord g[2] = {Grating(1), Grating(2, 600.0)};
@@ -78,15 +68,12 @@ TEST_F(Automatic, GratingGapsAreFilledFromSpectrographAndDetector) {
   ASSERT_EQ(m->LoadSpectrograph(&s, sizeof s), NqeSuccess);
   ASSERT_EQ(m->LoadTurrets(&t, sizeof t, 1), NqeSuccess);
   ASSERT_EQ(m->LoadGratings(g, sizeof g, 2), NqeSuccess);
-  const kvx::Grating& first = m->ActiveTurret()->gratings.front();
-  EXPECT_EQ(first.focalLength, 300.0);
-  EXPECT_EQ(first.pixelWidth, 26.0);
+  EXPECT_EQ(m->ActiveTurret()->gratings.front().pixelWidth, 26.0);
   // The detector's pixel size replaces the grating's own in the optics.
   ASSERT_EQ(m->SelectGrating(2), NqeSuccess);
   EXPECT_EQ(m->geometry.pixelWidth, 26.0);
   EXPECT_EQ(m->optics.focalLength, 500.0);
   EXPECT_EQ(m->optics.inclusionAngle, 30.0);
-  EXPECT_EQ(m->geometry.centerPixel, 512.5);  // (1024 + 1) / 2
 }
 
 }  // namespace

@@ -1,14 +1,11 @@
-// An automatic calibration object with the example optics of the grating
-// tests: first order, 1200 g/mm, 30 deg inclusion, 0 deg detector angle,
-// 300 mm focal length, scale 1, and a 1024 x 26 um detector (center pixel
-// 512.5), set directly in the model's working state.
+// An automatic object whose working optics are the example instrument of
+// hardware_fixtures.h, set directly (center pixel 512.5).
 #pragma once
-
-#include <gtest/gtest.h>
 
 #include <cmath>
 
 #include "api/calib_object.h"
+#include "spectrograph/hardware_fixtures.h"
 
 namespace kvx_test {
 
@@ -21,11 +18,8 @@ class ExampleModel : public ::testing::Test {
  protected:
   void SetUp() override {
     ASSERT_TRUE(object.SetupForMode(true));
-    DetectorRecord detector{};
-    detector.pixelSize = 26.0;
-    detector.numPixels = 1024;
-    ASSERT_EQ(object.Detectors().LoadDetector(&detector, sizeof detector),
-              NqeSuccess);
+    DetectorRecord d = kvx_detector_test::Detector(1024, nullptr, 26.0);
+    ASSERT_EQ(object.Detectors().LoadDetector(&d, sizeof d), NqeSuccess);
     kvx::SpectrographModel& m = *object.Model();
     m.optics.grooveDensity = 1200.0;
     m.optics.inclusionAngle = 30.0;
@@ -34,7 +28,6 @@ class ExampleModel : public ::testing::Test {
     m.geometry.centerPixel = 512.5;
   }
   kvx::SpectrographModel& model() { return *object.Model(); }
-
   kvx::CalibObject object;
 };
 

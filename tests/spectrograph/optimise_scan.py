@@ -1,9 +1,8 @@
 #!/usr/bin/python3
-# Independent model of the dispersion optimisation for optimise_test.cpp,
-# written from the description of the algorithms: grating equation, target
-# proposal, objective, the three nested scans and the pixel error.
-# 1024 pixels of 26 um, m 1, G 1200, psi 30 (also the default), gamma 0,
-# f 300, K 1, no regions; lines 546.07 and 435.83 nm.
+# Independent model of the dispersion optimisation for optimise_test.cpp from
+# the description of the algorithms: grating equation, target proposal,
+# objective, the three nested scans, pixel error. Example instrument, no
+# regions; lines 546.07 and 435.83 nm.
 import math
 HALF, DEG = 0.008726646258333333, 0.017453292516666667
 G, K, w, N, F0, P0, D0 = 1200.0, 1.0, 26.0, 1024, 300.0, 30.0, 0.0
@@ -73,7 +72,7 @@ T, U, E, C = targets(546.07, 435.83)
 print('U', U); print('C', C)
 for moves in ([0, 0, 0, 0], [2, -1.5, 1, -2.5], [20, -15, 10, -25]):
     st, n = optimise(T, E, [U[k] + moves[k] for k in range(4)])
-    print(moves, 'evaluations', n, 'initial objective', st['io'])
-    print(' best f psi gamma obj px', st['bf'], st['bp'], st['bd'], st['bo'],
-          pixel_error(T, st['bf'], st['bp'], st['bd'], st['bo']))
-    print(' working f psi gamma', st['f'], st['p'], st['d'])
+    print(moves, 'evaluations', n, 'initial objective', st['io'],
+          '\n best f psi gamma obj px', st['bf'], st['bp'], st['bd'], st['bo'],
+          pixel_error(T, st['bf'], st['bp'], st['bd'], st['bo']),
+          '\n working f psi gamma', st['f'], st['p'], st['d'])
