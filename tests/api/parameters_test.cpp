@@ -143,33 +143,20 @@ TEST(ParameterSweep, EveryFamilyOnFreshObjectsOfBothModes) {
 
 // --- values ------------------------------------------------------------------
 
-struct IntCase {
-  KvxLong id, value;
-  NqeErrorCode code;
-  KvxLong readBack;  // -1: the row is not read back
-};
-
 TEST(IntegerParameters, RangesAndStoredValues) {
-  const NqeErrorCode ok = NqeSuccess;
-  const IntCase cases[] = {{18, 10, NqeBadPointCursor, -1},
-                           {18, 9, ok, 9},
-                           {26, 6, NqeBadPolyOrder, -1},
-                           {26, 0, ok, 0},
-                           {30, 5, NqeBadNumber, -1},
-                           {30, -1, NqeBadNumber, -1},
-                           {23, 9, NqeBadUnit, -1},
-                           {23, 8, ok, 8},
-                           {13, 7, ok, 1},
-                           {13, 0, ok, 0},
-                           {74, -3, ok, 1},
-                           {73, 9, ok, 1},
-                           {17, 33, ok, 33},
-                           {67, 3, NqeBadUnit, -1}};
+  const NqeErrorCode ok = NqeSuccess;  // readBack -1: the row is not read back
+  // clang-format off
+  const struct { KvxLong id, value; NqeErrorCode code; KvxLong readBack; } cases[] = {
+      {18, 10, NqeBadPointCursor, -1}, {18, 9, ok, 9}, {26, 6, NqeBadPolyOrder, -1},
+      {26, 0, ok, 0}, {30, 5, NqeBadNumber, -1}, {30, -1, NqeBadNumber, -1},
+      {23, 9, NqeBadUnit, -1}, {23, 8, ok, 8}, {13, 7, ok, 1}, {13, 0, ok, 0},
+      {74, -3, ok, 1}, {73, 9, ok, 1}, {17, 33, ok, 33}, {67, 3, NqeBadUnit, -1}};
+  // clang-format on
   Handle h(CalibModeAutomatic);
   KvxLong flag = -1;  // the model's free flag starts cleared
   ASSERT_EQ(CalibGetIntParam(h, 73, &flag), 0u);
   EXPECT_EQ(flag, 0);
-  for (const IntCase& c : cases) {
+  for (const auto& c : cases) {
     EXPECT_EQ(CalibSetIntParam(h, c.id, c.value), Code(c.code)) << c.id;
     if (c.readBack < 0) continue;
     KvxLong v = -1;
@@ -178,20 +165,16 @@ TEST(IntegerParameters, RangesAndStoredValues) {
   }
 }
 
-struct DoubleCase {
-  KvxLong id;
-  double value, readBack;
-};
-
 TEST(DoubleParameters, RoundTripsAndAdjustedValues) {
-  const DoubleCase cases[] = {
-      {33, 250.0, 100.0},   {33, -5.0, 0.0},    {33, 12.5, 12.5},
-      {49, 0.0, 1.0},       {53, 0.0, 0.0},     {49, 1.5, 1.5},
-      {43, 1200.0, 1200.0}, {46, 300.0, 300.0}, {50, 500.0, 500.0},
-      {57, 550.0, 550.0},   {62, 100.5, 100.5}, {70, 0.25, 0.25},
-      {68, 400.0, 400.0},   {71, 2.0, 2.0},     {15, 7.0, 7.0}};
+  // clang-format off
+  const struct { KvxLong id; double value, readBack; } cases[] = {
+      {33, 250.0, 100.0}, {33, -5.0, 0.0}, {33, 12.5, 12.5}, {49, 0.0, 1.0},
+      {53, 0.0, 0.0}, {49, 1.5, 1.5}, {43, 1200.0, 1200.0}, {46, 300.0, 300.0},
+      {50, 500.0, 500.0}, {57, 550.0, 550.0}, {62, 100.5, 100.5}, {70, 0.25, 0.25},
+      {68, 400.0, 400.0}, {71, 2.0, 2.0}, {15, 7.0, 7.0}};
+  // clang-format on
   Handle h(CalibModeAutomatic);
-  for (const DoubleCase& c : cases) {
+  for (const auto& c : cases) {
     EXPECT_EQ(CalibSetDoubleParam(h, c.id, c.value), 0u) << c.id;
     double v = -1.0;
     EXPECT_EQ(CalibGetDoubleParam(h, c.id, &v), 0u) << c.id;
