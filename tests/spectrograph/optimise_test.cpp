@@ -95,8 +95,7 @@ TEST_P(Scans, FindTheIndependentlyComputedBestSet) {
   ExpectClose(optim.gamma, want.workingGamma);
   EXPECT_EQ(optim.objective, best.objective);
   EXPECT_EQ(optim.px, best.px);
-  // Installing the optimised set installs the best one: the next run
-  // starts from it.
+  // Installing the optimised set installs the best one, the next start.
   double objective = 0.0, px = 0.0;
   ASSERT_EQ(CalibInstallOptimDispParams(h, &objective, &px), 0u);
   EXPECT_EQ(objective, best.objective);
