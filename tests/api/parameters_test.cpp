@@ -116,26 +116,22 @@ KvxULong Text(bool manual, KvxLong id) {
 }
 
 TEST(ParameterSweep, EveryFamilyOnFreshObjectsOfBothModes) {
+  // On an automatic object 35 selects spectrograph 4 of 1.
+  // clang-format off
   const std::pair<Call, KvxULong (*)(bool, KvxLong)> families[] = {
-      // On an automatic object 35 selects spectrograph 4 of 1.
-      {FAMILY_CALL(CalibSetIntParam(h, id, 4)),
-       [](bool m, KvxLong id) {
+      {FAMILY_CALL(CalibSetIntParam(h, id, 4)), [](bool m, KvxLong id) {
          if (id == 12) return Code(NqeReadOnlyParameter);
-         return !m && id == 35 ? Code(NqeBadNumber) : Int(m, id, kIntWrite);
-       }},
-      {FAMILY_CALL(CalibGetIntParam(h, id, i)),
-       [](bool m, KvxLong id) {
-         return id == 18 ? Code(NqeBadPointCursor) : Int(m, id, kIntRead);
-       }},
+         return !m && id == 35 ? Code(NqeBadNumber) : Int(m, id, kIntWrite); }},
+      {FAMILY_CALL(CalibGetIntParam(h, id, i)), [](bool m, KvxLong id) {
+         return id == 18 ? Code(NqeBadPointCursor) : Int(m, id, kIntRead); }},
       {FAMILY_CALL(CalibSetDoubleParam(h, id, 5.0)),
        [](bool m, KvxLong id) { return Double(m, id, kDoubleWrite); }},
-      {FAMILY_CALL(CalibGetDoubleParam(h, id, d)),
-       [](bool m, KvxLong id) {
+      {FAMILY_CALL(CalibGetDoubleParam(h, id, d)), [](bool m, KvxLong id) {
          return !m && (id == 64 || id == 65) ? Code(NqeNoOptimisationData)
-                                             : Double(m, id, kDoubleRead);
-       }},
+                                             : Double(m, id, kDoubleRead); }},
       {FAMILY_CALL(CalibSetStrParam(h, id, "abc", 3)), Text},
       {FAMILY_CALL(CalibGetStrParam(h, id, t, 128)), Text}};
+  // clang-format on
   for (KvxLong mode : {CalibModeManual, CalibModeAutomatic}) {
     for (const auto& [call, expected] : families) Sweep(mode, call, expected);
   }
