@@ -116,26 +116,22 @@ KvxULong Text(bool manual, KvxLong id) {
 }
 
 TEST(ParameterSweep, EveryFamilyOnFreshObjectsOfBothModes) {
+  // On an automatic object 35 selects spectrograph 4 of 1.
+  // clang-format off
   const std::pair<Call, KvxULong (*)(bool, KvxLong)> families[] = {
-      // On an automatic object 35 selects spectrograph 4 of 1.
-      {FAMILY_CALL(CalibSetIntParam(h, id, 4)),
-       [](bool m, KvxLong id) {
+      {FAMILY_CALL(CalibSetIntParam(h, id, 4)), [](bool m, KvxLong id) {
          if (id == 12) return Code(NqeReadOnlyParameter);
-         return !m && id == 35 ? Code(NqeBadNumber) : Int(m, id, kIntWrite);
-       }},
-      {FAMILY_CALL(CalibGetIntParam(h, id, i)),
-       [](bool m, KvxLong id) {
-         return id == 18 ? Code(NqeBadPointCursor) : Int(m, id, kIntRead);
-       }},
+         return !m && id == 35 ? Code(NqeBadNumber) : Int(m, id, kIntWrite); }},
+      {FAMILY_CALL(CalibGetIntParam(h, id, i)), [](bool m, KvxLong id) {
+         return id == 18 ? Code(NqeBadPointCursor) : Int(m, id, kIntRead); }},
       {FAMILY_CALL(CalibSetDoubleParam(h, id, 5.0)),
        [](bool m, KvxLong id) { return Double(m, id, kDoubleWrite); }},
-      {FAMILY_CALL(CalibGetDoubleParam(h, id, d)),
-       [](bool m, KvxLong id) {
+      {FAMILY_CALL(CalibGetDoubleParam(h, id, d)), [](bool m, KvxLong id) {
          return !m && (id == 64 || id == 65) ? Code(NqeNoOptimisationData)
-                                             : Double(m, id, kDoubleRead);
-       }},
+                                             : Double(m, id, kDoubleRead); }},
       {FAMILY_CALL(CalibSetStrParam(h, id, "abc", 3)), Text},
       {FAMILY_CALL(CalibGetStrParam(h, id, t, 128)), Text}};
+  // clang-format on
   for (KvxLong mode : {CalibModeManual, CalibModeAutomatic}) {
     for (const auto& [call, expected] : families) Sweep(mode, call, expected);
   }
@@ -143,33 +139,20 @@ TEST(ParameterSweep, EveryFamilyOnFreshObjectsOfBothModes) {
 
 // --- values ------------------------------------------------------------------
 
-struct IntCase {
-  KvxLong id, value;
-  NqeErrorCode code;
-  KvxLong readBack;  // -1: the row is not read back
-};
-
 TEST(IntegerParameters, RangesAndStoredValues) {
-  const NqeErrorCode ok = NqeSuccess;
-  const IntCase cases[] = {{18, 10, NqeBadPointCursor, -1},
-                           {18, 9, ok, 9},
-                           {26, 6, NqeBadPolyOrder, -1},
-                           {26, 0, ok, 0},
-                           {30, 5, NqeBadNumber, -1},
-                           {30, -1, NqeBadNumber, -1},
-                           {23, 9, NqeBadUnit, -1},
-                           {23, 8, ok, 8},
-                           {13, 7, ok, 1},
-                           {13, 0, ok, 0},
-                           {74, -3, ok, 1},
-                           {73, 9, ok, 1},
-                           {17, 33, ok, 33},
-                           {67, 3, NqeBadUnit, -1}};
+  const NqeErrorCode ok = NqeSuccess;  // readBack -1: the row is not read back
+  // clang-format off
+  const struct { KvxLong id, value; NqeErrorCode code; KvxLong readBack; } cases[] = {
+      {18, 10, NqeBadPointCursor, -1}, {18, 9, ok, 9}, {26, 6, NqeBadPolyOrder, -1},
+      {26, 0, ok, 0}, {30, 5, NqeBadNumber, -1}, {30, -1, NqeBadNumber, -1},
+      {23, 9, NqeBadUnit, -1}, {23, 8, ok, 8}, {13, 7, ok, 1}, {13, 0, ok, 0},
+      {74, -3, ok, 1}, {73, 9, ok, 1}, {17, 33, ok, 33}, {67, 3, NqeBadUnit, -1}};
+  // clang-format on
   Handle h(CalibModeAutomatic);
   KvxLong flag = -1;  // the model's free flag starts cleared
   ASSERT_EQ(CalibGetIntParam(h, 73, &flag), 0u);
   EXPECT_EQ(flag, 0);
-  for (const IntCase& c : cases) {
+  for (const auto& c : cases) {
     EXPECT_EQ(CalibSetIntParam(h, c.id, c.value), Code(c.code)) << c.id;
     if (c.readBack < 0) continue;
     KvxLong v = -1;
@@ -178,20 +161,16 @@ TEST(IntegerParameters, RangesAndStoredValues) {
   }
 }
 
-struct DoubleCase {
-  KvxLong id;
-  double value, readBack;
-};
-
 TEST(DoubleParameters, RoundTripsAndAdjustedValues) {
-  const DoubleCase cases[] = {
-      {33, 250.0, 100.0},   {33, -5.0, 0.0},    {33, 12.5, 12.5},
-      {49, 0.0, 1.0},       {53, 0.0, 0.0},     {49, 1.5, 1.5},
-      {43, 1200.0, 1200.0}, {46, 300.0, 300.0}, {50, 500.0, 500.0},
-      {57, 550.0, 550.0},   {62, 100.5, 100.5}, {70, 0.25, 0.25},
-      {68, 400.0, 400.0},   {71, 2.0, 2.0},     {15, 7.0, 7.0}};
+  // clang-format off
+  const struct { KvxLong id; double value, readBack; } cases[] = {
+      {33, 250.0, 100.0}, {33, -5.0, 0.0}, {33, 12.5, 12.5}, {49, 0.0, 1.0},
+      {53, 0.0, 0.0}, {49, 1.5, 1.5}, {43, 1200.0, 1200.0}, {46, 300.0, 300.0},
+      {50, 500.0, 500.0}, {57, 550.0, 550.0}, {62, 100.5, 100.5}, {70, 0.25, 0.25},
+      {68, 400.0, 400.0}, {71, 2.0, 2.0}, {15, 7.0, 7.0}};
+  // clang-format on
   Handle h(CalibModeAutomatic);
-  for (const DoubleCase& c : cases) {
+  for (const auto& c : cases) {
     EXPECT_EQ(CalibSetDoubleParam(h, c.id, c.value), 0u) << c.id;
     double v = -1.0;
     EXPECT_EQ(CalibGetDoubleParam(h, c.id, &v), 0u) << c.id;

@@ -43,11 +43,6 @@ class Glue : public ::testing::Test {
     Supply(frames, -1.0);
     return CalibGlueInput(h_, g.data(), n, &out_);
   }
-  KvxULong Init() {
-    const KvxULong code = CalibInitIncStepAndGlue(h_, &out_, 1);
-    Supply(1, 0.0);
-    return code;
-  }
   // The output's data and X arrays, as a host supplies them.
   void Supply(int32_t frames, double fill) {
     data_.assign(static_cast<size_t>(out_.numPoints * frames), fill);
@@ -58,7 +53,8 @@ class Glue : public ::testing::Test {
   KvxULong Inc(Block& b) { return CalibGlueIncInput(h_, &out_, &b.g); }
   // Initialises, then glues blocks one by one; the sum of the codes.
   KvxULong Start(const std::vector<XV>& blocks) {
-    KvxULong sum = Init();
+    KvxULong sum = CalibInitIncStepAndGlue(h_, &out_, 1);
+    Supply(1, 0.0);
     for (const XV& xv : blocks) {
       Block b(xv);
       sum += Inc(b);
@@ -77,10 +73,8 @@ class Glue : public ::testing::Test {
   V data_, x_;
 };
 
-// Expected values from glue_expected.py (/usr/bin/python3):
-//   A  = [1, 2, 3, 5.5, 10, 20.25, 35, 45, 55, 65, 0]
-//   A + inside = [1, 2, 51.5, 52.75, 55, 60.125, 35, 45, 55, 65, 0]
-//   C  = kC (copied from the script's output)
+// Expected values: the output of glue_expected.py (/usr/bin/python3), A, C
+// and A + inside as printed.
 const V kA = {1, 2, 3, 5.5, 10, 20.25, 35, 45, 55, 65, 0};
 // clang-format off
 const V kC = {0, 9, 9, 8.736714975845425, 8, 7.6219512195121935, 7,
@@ -107,9 +101,11 @@ TEST_F(Glue, TwoBlocksAreRebinnedAndCrossfadedFrameByFrame) {
   EXPECT_EQ(CalibCleanupIncGlue(h_), 11074u);  // the whole glue ended
 }
 
-TEST_F(Glue, DescendingAxisRunsFromStartDownward) {
+TEST_F(Glue, BlocksOutsideTheRangeAreSkippedAndADescendingAxisRunsDown) {
+  Block a(kA1), b(kA2), far({{40, 41, 42}, {1, 1, 1}});
+  EXPECT_EQ(All({&a, &far}), 0u);
+  ExpectData({1, 2, 3, 4, 5, 6, 0, 0, 0, 0, 0});
   Range(10.0, 0.0, 1.0);
-  Block a(kA1), b(kA2);
   ASSERT_EQ(All({&a, &b}), 0u);
   ExpectData(V(kA.rbegin(), kA.rend()));
   EXPECT_EQ(x_, V({10, 9, 8, 7, 6, 5, 4, 3, 2, 1, 0}));
@@ -135,8 +131,7 @@ TEST_F(Glue, IncrementalGlueMatchesAndAveragesABlockInsideFilledOutput) {
   ExpectData({1, 2, 51.5, 52.75, 55, 60.125, 35, 45, 55, 65, 0});
   EXPECT_EQ(CalibCleanupIncGlue(h_), 0u);
   EXPECT_EQ(CalibCleanupIncGlue(h_), 11074u);
-  // A second initialisation starts without coverage; the caller's data
-  // stays the caller's.
+  // A new initialisation starts without coverage; the data is the caller's.
   ASSERT_EQ(Start({kA1}), 0u);
   ASSERT_EQ(Start({kA2}), 0u);
   ExpectData({0, 0, 0, 10, 15, 25, 35, 45, 55, 65, 0});  // by hand
@@ -214,12 +209,6 @@ TEST_F(Glue, OutputGluedIntoItselfStaysAsItWas) {
   for (size_t i = 0; i < x_.size(); ++i) x_[i] = static_cast<double>(i);
   ASSERT_EQ(CalibGlueIncInput(h_, &out_, &out_), 0u);
   ExpectData(kA);
-}
-
-TEST_F(Glue, BlocksOutsideTheRangeAreSkippedByTheWholeGlue) {
-  Block a(kA1), far({{40, 41, 42}, {1, 1, 1}});
-  EXPECT_EQ(All({&a, &far}), 0u);
-  ExpectData({1, 2, 3, 4, 5, 6, 0, 0, 0, 0, 0});
 }
 
 TEST_F(Glue, PointCountFollowsTheRangeAndStepsBelowAMinimumAreRefused) {

@@ -10,11 +10,8 @@ using Edit = void (*)(SpectrographRecord&);
 TEST(SpectrographRecord, EachCheckHasItsCodeAndAFailedLoadChangesNothing) {
   AutoHandle h;
   const KvxULong before = ActiveSpectrograph(h);
-  const struct {
-    Edit edit;
-    int size;
-    KvxULong code;
-  } cases[] = {
+  // clang-format off
+  const struct { Edit edit; int size; KvxULong code; } cases[] = {
       {[](SpectrographRecord&) {}, 183, 11041},
       {nullptr, 184, 11000},
       {[](SpectrographRecord& r) { r.numTurrets = 0; }, 184, 11055},
@@ -23,8 +20,8 @@ TEST(SpectrographRecord, EachCheckHasItsCodeAndAFailedLoadChangesNothing) {
       {[](SpectrographRecord& r) { r.inclusionAngle = 0.0; }, 184, 11058},
       {[](SpectrographRecord& r) { r.scaleFactor = 0.0; }, 184, 11059},
       {[](SpectrographRecord&) {}, 0, 0},  // 0 is the standard size here
-      {[](SpectrographRecord& r) { r.spectrographId = 9; }, 184, 0},
-  };
+      {[](SpectrographRecord& r) { r.spectrographId = 9; }, 184, 0}};
+  // clang-format on
   for (const auto& c : cases) {
     SpectrographRecord r = Spectrograph(5);
     if (c.edit != nullptr) c.edit(r);

@@ -13,23 +13,23 @@ def wl(lc, p, psi, g, f):
     s = G * lc * 1e-06 / (2 * math.cos(phi))
     if not abs(s) < 1.0:
         return lc
-    th = math.asin(s)
-    x = K * w * p * 0.001
+    th, x = math.asin(s), K * w * p * 0.001
     d = math.atan(x / f) if gm == 0.0 else math.atan(x * math.cos(gm) / (f + x * math.sin(gm)))
     return (math.sin(th - phi) + math.sin(th + phi + d)) * (1000000.0 / G)
 
 def targets(l1, l2):
-    T, U, E, C = [l1, l1, l2, l2], [], [], []
+    T = [l1, l1, l2, l2]
+    U = [(1 + N) * 0.5 + (0.45 if k % 2 else -0.45) * float(N) for k in range(4)]
+    E = []
     for k in range(4):
-        u = (1 + N) * 0.5 + (0.45 if k % 2 else -0.45) * float(N)
         x = T[k]
         for i in range(10):
-            d = wl(x, u - c, P0, D0, F0) - T[k]
+            d = wl(x, U[k] - c, P0, D0, F0) - T[k]
             x = x - d
             if abs(d) < 1e-05:
                 break
-        U.append(u); E.append(x); C.append(wl(x, 0.0, P0, D0, F0))
-    return T, U, E, C
+        E.append(x)
+    return T, U, E, [wl(x, 0.0, P0, D0, F0) for x in E]
 
 def optimise(T, E, U):
     Q, n = [u - c for u in U], [0]
@@ -40,7 +40,7 @@ def optimise(T, E, U):
     st = dict(f=F0, d=D0, p=P0, bf=F0, bd=D0, bp=P0, bo=obj(F0, P0, D0))
     st['io'] = st['bo']
     def search(key, step, lo, hi, stop, evaluate):
-        x0 = st[key]; best = 10000.0; bx = x0
+        x0 = st[key]; best, bx = 10000.0, x0
         for sgn, inside in ((1, lambda v: v < hi), (-1, lambda v: v > lo)):
             x = x0
             while inside(x):
@@ -64,15 +64,12 @@ def optimise(T, E, U):
             st.update(f=F0, d=D0, p=P0); sig = -sig
     return st, n[0]
 
-def pixel_error(T, f, psi, g, e):
-    lm = (T[0] + T[2]) * 0.5
-    return abs(e / (wl(lm, 0.5, psi, g, f) - wl(lm, -0.5, psi, g, f)))
-
 T, U, E, C = targets(546.07, 435.83)
 print('U', U); print('C', C)
 for moves in ([0, 0, 0, 0], [2, -1.5, 1, -2.5], [20, -15, 10, -25]):
     st, n = optimise(T, E, [U[k] + moves[k] for k in range(4)])
+    lm, f, p, g, o = (T[0] + T[2]) * 0.5, st['bf'], st['bp'], st['bd'], st['bo']
     print(moves, 'evaluations', n, 'initial objective', st['io'],
-          '\n best f psi gamma obj px', st['bf'], st['bp'], st['bd'], st['bo'],
-          pixel_error(T, st['bf'], st['bp'], st['bd'], st['bo']),
+          '\n best f psi gamma obj px', f, p, g, o,
+          abs(o / (wl(lm, 0.5, p, g, f) - wl(lm, -0.5, p, g, f))),
           '\n working f psi gamma', st['f'], st['p'], st['d'])

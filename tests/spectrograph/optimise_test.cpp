@@ -51,8 +51,7 @@ class Optimisation : public ::testing::Test {
       ASSERT_EQ(CalibGetRefCursorPosition(h, k + 1, &v) +
                     CalibGetTargetWaveLength(h, k + 1, &center),
                 0u);
-      if (example) ExpectClose(v, u[k]);
-      if (example) ExpectClose(center, c[k]);
+      if (example) ExpectClose(v, u[k]), ExpectClose(center, c[k]);
       ASSERT_EQ(CalibSetRefCursorPosition(h, k + 1, v + moves[k]), 0u);
     }
   }
@@ -96,8 +95,7 @@ TEST_P(Scans, FindTheIndependentlyComputedBestSet) {
   ExpectClose(optim.gamma, want.workingGamma);
   EXPECT_EQ(optim.objective, best.objective);
   EXPECT_EQ(optim.px, best.px);
-  // Installing the optimised set installs the best one: the next run
-  // starts from it.
+  // Installing the optimised set installs the best one, the next start.
   double objective = 0.0, px = 0.0;
   ASSERT_EQ(CalibInstallOptimDispParams(h, &objective, &px), 0u);
   EXPECT_EQ(objective, best.objective);
@@ -107,23 +105,17 @@ TEST_P(Scans, FindTheIndependentlyComputedBestSet) {
   EXPECT_EQ(now.f + now.psi + now.gamma, best.f + best.psi + best.gamma);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    MovedCursors, Scans,
-    ::testing::Values(ScanCase{{0, 0, 0, 0},
-                               6.931611551408424e-09,
-                               {300.0, 30.0, 0.0, 6.931611551408424e-09,
-                                1.1412365825887605e-07},
-                               0.3},
-                      ScanCase{{2, -1.5, 1, -2.5},
-                               0.11525936789889785,
-                               {299.00000000000006, 29.9, -0.7500000000000001,
-                                0.030766965972088656, 0.50460185597979},
-                               -0.44999999999999984},
-                      ScanCase{{20, -15, 10, -25},
-                               1.152960264746389,
-                               {285.6000000000008, 29.95, -8.399999999999984,
-                                0.3149831434204316, 4.989046689675847},
-                               -9.950000000000006}));
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(MovedCursors, Scans, ::testing::Values(
+    ScanCase{{0, 0, 0, 0}, 6.931611551408424e-09,
+             {300.0, 30.0, 0.0, 6.931611551408424e-09, 1.1412365825887605e-07}, 0.3},
+    ScanCase{{2, -1.5, 1, -2.5}, 0.11525936789889785,
+             {299.00000000000006, 29.9, -0.7500000000000001, 0.030766965972088656, 0.50460185597979},
+             -0.44999999999999984},
+    ScanCase{{20, -15, 10, -25}, 1.152960264746389,
+             {285.6000000000008, 29.95, -8.399999999999984, 0.3149831434204316, 4.989046689675847},
+             -9.950000000000006}));
+// clang-format on
 
 TEST_F(Optimisation, WithoutPixelErrorPointerNothingIsWrittenYetTheRunIsKept) {
   Propose({2, -1.5, 1, -2.5});
@@ -181,14 +173,11 @@ TEST_F(Optimisation, TargetCenterMayGoDownToMinus3000) {
 }
 
 TEST_F(Optimisation, BadOpticsAreRefusedBeforeAnySearch) {
-  const struct {
-    double optics[3], defaultDetector;
-    KvxULong code;
-  } cases[] = {{{10000.5, 0, 0}, 0, 11070},
-               {{0, 95.0, 0}, 0, 11069},
-               {{0, 0, 90.0}, 0, 11069},
-               {{0, 0, -90.0}, 0, 11069},
-               {{0, 0, 5.0}, 400.0, 11069}};
+  // clang-format off
+  const struct { double optics[3], defaultDetector; KvxULong code; } cases[] = {
+      {{10000.5, 0, 0}, 0, 11070}, {{0, 95.0, 0}, 0, 11069}, {{0, 0, 90.0}, 0, 11069},
+      {{0, 0, -90.0}, 0, 11069}, {{0, 0, 5.0}, 400.0, 11069}};
+  // clang-format on
   for (const auto& c : cases) {
     Load(c.optics, c.defaultDetector);
     Propose({0, 0, 0, 0}, false);
