@@ -130,16 +130,52 @@ int ManualCalibration(const std::string& pointFile) {
 
 }  // namespace demo
 
+namespace {
+
+// Each section starts with a heading and a line on what it shows.
+void Section(const char* title, const char* what) {
+  std::printf("\n=== %s ===\n%s\n\n", title, what);
+}
+
+}  // namespace
+
 int main(int argc, char** argv) {
   const std::string file =
       argc > 1 ? argv[1] : std::string(KVX_EXAMPLES_DIR) + "/neon-1024.cal";
+  Section("Manual calibration",
+          "A CCD read out in two regions of interest, and a lamp calibration "
+          "fitted to the\nlines of a calibration point file: fit residuals "
+          "and the wavelength of every pixel.");
   int failures = demo::ManualCalibration(file);
+  Section("Peaks and the SPE calibration block",
+          "An arc spectrum simulated under that calibration is searched for "
+          "peaks, which are\nmatched to the lamp lines; the calibration then "
+          "goes through an SPE block and\nback (the block carries a "
+          "first-order calibration only).");
   failures += demo::PeaksAndSpeBlock(file);
+  Section("Automatic mode",
+          "The wavelength of every pixel from the grating equation for a "
+          "spectrograph with a\nturret of three gratings: reach, dispersion, "
+          "the axis at a center wavelength, the\ndrive value, and the grating "
+          "steps that cover a range wider than the detector.");
   failures += demo::AutomaticCalibration();
+  Section("Dispersion optimisation",
+          "Two mercury lines are measured near both detector edges on an "
+          "instrument whose optics\ndiffer slightly from the nominal ones; "
+          "focal length, inclusion angle and detector\nangle are optimised "
+          "so that the model puts the lines where they were seen.");
   failures += demo::DispersionOptimisation();
+  Section("Stepped acquisition and glue",
+          "Spectra of a mercury-neon lamp simulated at each grating step are "
+          "glued onto one\naxis, crossfading where steps overlap; the glued "
+          "spectrum is written as CSV and\nsearched for the lamp lines "
+          "again.");
   failures += demo::SteppedGlue(
       std::string(KVX_EXAMPLES_DIR) + "/lamp-lines.csv",
       std::string(KVX_DEMO_OUTPUT_DIR) + "/glued-spectrum.csv");
+  Section("Parameters",
+          "Single settings read and written by numeric ID, as hosts do for "
+          "their settings dialogs.");
   failures += demo::Parameters();
   return failures == 0 ? 0 : 1;
 }

@@ -75,7 +75,6 @@ int AutomaticCalibration() {
   if (!Check(CalibCreate(CalibModeAutomatic, &handle), "CalibCreate")) {
     return 1;
   }
-  std::printf("\n=== Automatic mode ===\n");
   if (!DescribeInstrument(handle)) return 1;
   std::printf(
       "Spectrograph: f = %.0f mm, inclusion angle %.0f deg, "

@@ -75,7 +75,6 @@ double Counts(const std::vector<Line>& lines, double x, double gain,
 }  // namespace
 
 int SteppedGlue(const std::string& lampFile, const std::string& csvFile) {
-  std::printf("\n=== Stepped acquisition and glue ===\n");
   const std::vector<Line> lines = LampLines(lampFile);
   CalibHandle handle = 0;
   if (!Check(CalibCreate(CalibModeAutomatic, &handle), "CalibCreate")) {

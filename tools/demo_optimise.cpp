@@ -77,7 +77,7 @@ int DispersionOptimisation() {
   }
   const double lines[2] = {546.07, 435.83};  // Hg
   std::printf(
-      "\nDispersion optimisation: Hg %.2f and %.2f nm, nominal optics"
+      "Dispersion optimisation: Hg %.2f and %.2f nm, nominal optics"
       " f %.1f mm, inclusion %.2f, detector angle %.2f deg\n",
       lines[0], lines[1], nominal.focalLength, nominal.inclusionAngle,
       nominal.detectorAngle);

@@ -50,7 +50,7 @@ int Parameters() {
   const Named grooves{CalibParamGrooveDensity, "CalibParamGrooveDensity"};
   const Named glue{CalibParamGlueStep, "CalibParamGlueStep"};
 
-  std::printf("\nParameters of a new automatic object:\n");
+  std::printf("Parameters of a new automatic object:\n");
   PrintInt(h, automatic);
   PrintText(h, objectName);
   PrintInt(h, order);
