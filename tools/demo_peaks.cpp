@@ -88,7 +88,7 @@ int PeaksAndSpeBlock(const std::string& pointFile) {
     return 1;
   }
   std::printf(
-      "\nSynthetic arc spectrum (%ld lamp lines, noise seed 1024): "
+      "Synthetic arc spectrum (%ld lamp lines, noise seed 1024): "
       "%ld peaks found\n",
       static_cast<long>(lines.size()), static_cast<long>(found));
   std::printf(
