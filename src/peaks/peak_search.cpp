@@ -332,6 +332,22 @@ template <class T>
   _mm256_storeu_pd(d + 4, _mm256_cvtepi32_pd(_mm256_extracti128_si256(v, 1)));
 }
 
+// Converts samples k to k + 7 and, with kCurvature, takes their curvature
+// into `lane`. The neighbours are loaded again from the samples, two before
+// and two after: cheaper than shifting lanes across the 128-bit halves.
+template <class T, bool kCurvature>
+[[gnu::target("avx2")]] void EightStep(const unsigned char* in, int64_t k,
+                                       double* d, __m256i* lane) {
+  const __m256i current = Eight<T>(in, k);
+  StoreEight(d + k, current);
+  if constexpr (kCurvature) {
+    const __m256i twice = _mm256_add_epi32(current, current);
+    const __m256i c = _mm256_sub_epi32(
+        _mm256_sub_epi32(twice, Eight<T>(in, k - 2)), Eight<T>(in, k + 2));
+    *lane = _mm256_max_epi32(c, *lane);
+  }
+}
+
 template <class T, bool kCurvature>
 [[gnu::target("avx2")]] Progress FusedEights(const unsigned char* in, int64_t n,
                                              double* d, double* largest) {
@@ -339,28 +355,15 @@ template <class T, bool kCurvature>
   if (n < 24) return p;
   __m256i lane = _mm256_setzero_si256();
   __m256i other = lane;
-  __m256i previous = Eight<T>(in, 0);
-  __m256i current = Eight<T>(in, 8);
-  StoreEight(d, previous);
-  StoreEight(d + 8, current);
+  StoreEight(d, Eight<T>(in, 0));
   int64_t k = 8;
-  for (; k + 16 <= n; k += 8) {
-    const __m256i next = Eight<T>(in, k + 8);
-    StoreEight(d + k + 8, next);
-    if constexpr (kCurvature) {
-      // Shifts by two lanes across the 128-bit halves: the halves that
-      // meet, then a byte shift within each half.
-      const __m256i below = _mm256_alignr_epi8(
-          current, _mm256_permute2x128_si256(previous, current, 0x21), 8);
-      const __m256i above = _mm256_alignr_epi8(
-          _mm256_permute2x128_si256(current, next, 0x21), current, 8);
-      const __m256i c = _mm256_sub_epi32(
-          _mm256_sub_epi32(_mm256_add_epi32(current, current), below), above);
-      lane = _mm256_max_epi32(c, lane);
-      std::swap(lane, other);
-    }
-    previous = current;
-    current = next;
+  for (; k + 18 <= n; k += 16) {
+    EightStep<T, kCurvature>(in, k, d, &lane);
+    EightStep<T, kCurvature>(in, k + 8, d, &other);
+  }
+  if (k + 10 <= n) {
+    EightStep<T, kCurvature>(in, k, d, &lane);
+    k += 8;
   }
   int32_t lanes[16];
   _mm256_storeu_si256(reinterpret_cast<__m256i*>(lanes), lane);
@@ -368,7 +371,7 @@ template <class T, bool kCurvature>
   for (int32_t l : lanes) {
     if (static_cast<double>(l) > *largest) *largest = static_cast<double>(l);
   }
-  p = {k + 8, 8, k};
+  p = {k, 8, k};
   return p;
 }
 #endif
