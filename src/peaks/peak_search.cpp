@@ -14,7 +14,7 @@
 // (checked at run time); the 32-bit and Windows builds keep to the 2-lane
 // pass.
 #if defined(__x86_64__) && !defined(_WIN32) && defined(__GNUC__)
-#define KVX_PEAKS_AVX512 1
+#define KVX_PEAKS_WIDE 1
 // GCC 12's own AVX-512 header trips its uninitialised-value check.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
@@ -25,6 +25,9 @@
 namespace kvx {
 
 namespace {
+
+// The path every load takes unless a test or benchmark forced one.
+std::atomic<PeakSearch::Path> forcedPath{PeakSearch::Path::kAuto};
 
 // Caller arrays may sit at any address: samples are copied, not cast.
 template <class T>
@@ -125,7 +128,7 @@ Progress FusedPairs(const unsigned char* in, int64_t n, double* d,
   return p;
 }
 
-#if defined(KVX_PEAKS_AVX512)
+#if defined(KVX_PEAKS_WIDE)
 // Samples k to k + 7 as doubles, converted exactly as static_cast does.
 template <class T>
 [[gnu::target("avx512f")]] __m512d Octet(const unsigned char* in, int64_t k) {
@@ -251,6 +254,7 @@ template <class T, bool kCurvature>
   p = {k + 16, 16, k};
   return p;
 }
+
 // The same passes with 256-bit vectors, for processors with AVX2 but not
 // AVX-512. Samples k to k + 3 as doubles, converted as static_cast does.
 template <class T>
@@ -374,10 +378,6 @@ template <class T, bool kCurvature>
   p = {k, 8, k};
   return p;
 }
-#endif
-
-// The path every load takes unless a test or benchmark forced one.
-std::atomic<PeakSearch::Path> forcedPath{PeakSearch::Path::kAuto};
 
 PeakSearch::Path ChosenPath() {
   const PeakSearch::Path forced = forcedPath.load(std::memory_order_relaxed);
@@ -390,10 +390,11 @@ PeakSearch::Path ChosenPath() {
   }
   return PeakSearch::Path::kBaseline;
 }
+#endif
 
 template <class T, bool kCurvature>
 Progress Fused(const unsigned char* in, int64_t n, double* d, double* largest) {
-#if defined(KVX_PEAKS_AVX512)
+#if defined(KVX_PEAKS_WIDE)
   constexpr bool kNarrow = std::is_integral_v<T> && sizeof(T) <= 2;
   switch (ChosenPath()) {
     case PeakSearch::Path::kAvx512:
@@ -404,8 +405,9 @@ Progress Fused(const unsigned char* in, int64_t n, double* d, double* largest) {
     case PeakSearch::Path::kAvx2:
       // Eight narrow samples convert in one step, with or without the
       // curvature.
-      if constexpr (kNarrow)
+      if constexpr (kNarrow) {
         return FusedEights<T, kCurvature>(in, n, d, largest);
+      }
       return FusedQuads<T, kCurvature>(in, n, d, largest);
     default:
       break;
@@ -459,7 +461,7 @@ bool PeakSearch::Supports(Path path) {
     case Path::kAuto:
     case Path::kBaseline:
       return true;
-#if defined(KVX_PEAKS_AVX512)
+#if defined(KVX_PEAKS_WIDE)
     case Path::kAvx2:
       return __builtin_cpu_supports("avx2");
     case Path::kAvx512:
