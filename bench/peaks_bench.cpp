@@ -15,6 +15,8 @@
 #include <vector>
 
 #include "KelvoCalibrate.h"
+#include "calibration/calibration_store.h"
+#include "peaks/find_peaks.h"
 #include "peaks/peak_search.h"
 
 namespace {
@@ -106,5 +108,72 @@ void BM_FindNearestPeak(benchmark::State& state) {
   CalibDestroy(h);
 }
 BENCHMARK(BM_FindNearestPeak)->Unit(benchmark::kMicrosecond);
+
+// The same three with the vector path forced (argument: 1 the 2-lane SSE2
+// pass, 2 AVX2, 3 AVX-512), through the library's internals: forcing reaches
+// only this binary's copy of them, not the module's. A default store has
+// the module's default threshold.
+using Path = kvx::PeakSearch::Path;
+
+bool Force(benchmark::State& state) {
+  if (kvx::PeakSearch::ForcePath(static_cast<Path>(state.range(0)))) {
+    return true;
+  }
+  state.SkipWithError("path not supported here");
+  return false;
+}
+
+void BM_PathLoadSamplesOnly(benchmark::State& state) {
+  const SpectrumData s = Describe(Spectrum());
+  if (!Force(state)) return;
+  for (auto _ : state) {
+    kvx::PeakSearch search;
+    search.LoadSamples(s);
+    benchmark::DoNotOptimize(search);
+    benchmark::ClobberMemory();
+  }
+  state.SetItemsProcessed(state.iterations() * kSamples);
+  kvx::PeakSearch::ForcePath(Path::kAuto);
+}
+BENCHMARK(BM_PathLoadSamplesOnly)
+    ->DenseRange(1, 3)
+    ->Unit(benchmark::kMicrosecond);
+
+void BM_PathFindNearestPeak(benchmark::State& state) {
+  const kvx::CalibrationStore store;
+  const SpectrumData s = Describe(Spectrum());
+  double position = 0.0;
+  if (!Force(state)) return;
+  for (auto _ : state) {
+    if (kvx::FindNearestPeak(store, &s, 500250.0, &position) != 0) {
+      state.SkipWithError("FindNearestPeak failed");
+    }
+    benchmark::DoNotOptimize(position);
+  }
+  state.SetItemsProcessed(state.iterations() * kSamples);
+  kvx::PeakSearch::ForcePath(Path::kAuto);
+}
+BENCHMARK(BM_PathFindNearestPeak)
+    ->DenseRange(1, 3)
+    ->Unit(benchmark::kMicrosecond);
+
+void BM_PathFindPeaks(benchmark::State& state) {
+  const kvx::CalibrationStore store;
+  const SpectrumData s = Describe(Spectrum());
+  double positions[50];
+  double values[50];
+  KvxLong count = 0;
+  if (!Force(state)) return;
+  for (auto _ : state) {
+    if (kvx::FindPeaks(store, &s, positions, values, 50, &count) != 0) {
+      state.SkipWithError("FindPeaks failed");
+    }
+    benchmark::DoNotOptimize(positions);
+  }
+  state.counters["peaks"] = static_cast<double>(count);
+  state.SetItemsProcessed(state.iterations() * kSamples);
+  kvx::PeakSearch::ForcePath(Path::kAuto);
+}
+BENCHMARK(BM_PathFindPeaks)->DenseRange(1, 3)->Unit(benchmark::kMillisecond);
 
 }  // namespace

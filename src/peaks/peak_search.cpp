@@ -1,6 +1,7 @@
 #include "peaks/peak_search.h"
 
 #include <algorithm>
+#include <atomic>
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
@@ -9,10 +10,11 @@
 #if defined(__SSE2__)
 #include <emmintrin.h>
 #endif
-// The 8- and 16-lane passes use AVX-512 when the processor has it (checked
-// at run time); the 32-bit and Windows builds keep to the 2-lane pass.
+// The wider passes use AVX-512, or else AVX2, when the processor has it
+// (checked at run time); the 32-bit and Windows builds keep to the 2-lane
+// pass.
 #if defined(__x86_64__) && !defined(_WIN32) && defined(__GNUC__)
-#define KVX_PEAKS_AVX512 1
+#define KVX_PEAKS_WIDE 1
 // GCC 12's own AVX-512 header trips its uninitialised-value check.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
@@ -23,6 +25,9 @@
 namespace kvx {
 
 namespace {
+
+// The path every load takes unless a test or benchmark forced one.
+std::atomic<PeakSearch::Path> forcedPath{PeakSearch::Path::kAuto};
 
 // Caller arrays may sit at any address: samples are copied, not cast.
 template <class T>
@@ -123,7 +128,7 @@ Progress FusedPairs(const unsigned char* in, int64_t n, double* d,
   return p;
 }
 
-#if defined(KVX_PEAKS_AVX512)
+#if defined(KVX_PEAKS_WIDE)
 // Samples k to k + 7 as doubles, converted exactly as static_cast does.
 template <class T>
 [[gnu::target("avx512f")]] __m512d Octet(const unsigned char* in, int64_t k) {
@@ -249,16 +254,163 @@ template <class T, bool kCurvature>
   p = {k + 16, 16, k};
   return p;
 }
+
+// The same passes with 256-bit vectors, for processors with AVX2 but not
+// AVX-512. Samples k to k + 3 as doubles, converted as static_cast does.
+template <class T>
+[[gnu::target("avx2")]] __m256d Quad(const unsigned char* in, int64_t k) {
+  const unsigned char* p = in + k * static_cast<int64_t>(sizeof(T));
+  const auto* v = reinterpret_cast<const __m128i*>(p);
+  if constexpr (std::is_same_v<T, double>) {
+    return _mm256_loadu_pd(reinterpret_cast<const double*>(p));
+  } else if constexpr (std::is_same_v<T, float>) {
+    return _mm256_cvtps_pd(_mm_loadu_ps(reinterpret_cast<const float*>(p)));
+  } else if constexpr (std::is_signed_v<T>) {
+    return _mm256_cvtepi32_pd(_mm_loadu_si128(v));
+  } else {
+    // Shifted into the signed range and back: both steps are exact.
+    const __m128i x =
+        _mm_xor_si128(_mm_loadu_si128(v), _mm_set1_epi32(INT32_MIN));
+    return _mm256_add_pd(_mm256_cvtepi32_pd(x), _mm256_set1_pd(2147483648.0));
+  }
+}
+
+// As FusedOctets: the neighbours two lanes away are whole 128-bit halves
+// of the previous, current and next vectors.
+template <class T, bool kCurvature>
+[[gnu::target("avx2")]] Progress FusedQuads(const unsigned char* in, int64_t n,
+                                            double* d, double* largest) {
+  Progress p;
+  if (n < 12) return p;
+  const __m256d two = _mm256_set1_pd(2.0);
+  __m256d lane = _mm256_setzero_pd();
+  __m256d other = lane;
+  __m256d previous = Quad<T>(in, 0);
+  __m256d current = Quad<T>(in, 4);
+  _mm256_storeu_pd(d, previous);
+  _mm256_storeu_pd(d + 4, current);
+  int64_t k = 4;
+  for (; k + 8 <= n; k += 4) {
+    const __m256d next = Quad<T>(in, k + 4);
+    _mm256_storeu_pd(d + k + 4, next);
+    if constexpr (kCurvature) {
+      const __m256d below = _mm256_permute2f128_pd(previous, current, 0x21);
+      const __m256d above = _mm256_permute2f128_pd(current, next, 0x21);
+      const __m256d c = _mm256_sub_pd(
+          _mm256_sub_pd(_mm256_mul_pd(two, current), below), above);
+      lane = _mm256_max_pd(c, lane);
+      std::swap(lane, other);
+    }
+    previous = current;
+    current = next;
+  }
+  double lanes[8];
+  _mm256_storeu_pd(lanes, lane);
+  _mm256_storeu_pd(lanes + 4, other);
+  for (double l : lanes) {
+    if (l > *largest) *largest = l;
+  }
+  p = {k + 4, 4, k};
+  return p;
+}
+
+// 8- and 16-bit samples eight at a time, the curvature exact in 32-bit
+// integer lanes as in FusedSixteens.
+template <class T>
+[[gnu::target("avx2")]] __m256i Eight(const unsigned char* in, int64_t k) {
+  const auto* v = reinterpret_cast<const __m128i*>(
+      in + k * static_cast<int64_t>(sizeof(T)));
+  if constexpr (sizeof(T) == 2) {
+    const __m128i x = _mm_loadu_si128(v);
+    if constexpr (std::is_signed_v<T>) return _mm256_cvtepi16_epi32(x);
+    return _mm256_cvtepu16_epi32(x);
+  } else {
+    const __m128i x = _mm_loadl_epi64(v);
+    if constexpr (std::is_signed_v<T>) return _mm256_cvtepi8_epi32(x);
+    return _mm256_cvtepu8_epi32(x);
+  }
+}
+
+[[gnu::target("avx2")]] void StoreEight(double* d, __m256i v) {
+  _mm256_storeu_pd(d, _mm256_cvtepi32_pd(_mm256_castsi256_si128(v)));
+  _mm256_storeu_pd(d + 4, _mm256_cvtepi32_pd(_mm256_extracti128_si256(v, 1)));
+}
+
+// Converts samples k to k + 7 and, with kCurvature, takes their curvature
+// into `lane`. The neighbours are loaded again from the samples, two before
+// and two after: cheaper than shifting lanes across the 128-bit halves.
+template <class T, bool kCurvature>
+[[gnu::target("avx2")]] void EightStep(const unsigned char* in, int64_t k,
+                                       double* d, __m256i* lane) {
+  const __m256i current = Eight<T>(in, k);
+  StoreEight(d + k, current);
+  if constexpr (kCurvature) {
+    const __m256i twice = _mm256_add_epi32(current, current);
+    const __m256i c = _mm256_sub_epi32(
+        _mm256_sub_epi32(twice, Eight<T>(in, k - 2)), Eight<T>(in, k + 2));
+    *lane = _mm256_max_epi32(c, *lane);
+  }
+}
+
+template <class T, bool kCurvature>
+[[gnu::target("avx2")]] Progress FusedEights(const unsigned char* in, int64_t n,
+                                             double* d, double* largest) {
+  Progress p;
+  if (n < 24) return p;
+  __m256i lane = _mm256_setzero_si256();
+  __m256i other = lane;
+  StoreEight(d, Eight<T>(in, 0));
+  int64_t k = 8;
+  for (; k + 18 <= n; k += 16) {
+    EightStep<T, kCurvature>(in, k, d, &lane);
+    EightStep<T, kCurvature>(in, k + 8, d, &other);
+  }
+  if (k + 10 <= n) {
+    EightStep<T, kCurvature>(in, k, d, &lane);
+    k += 8;
+  }
+  int32_t lanes[16];
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(lanes), lane);
+  _mm256_storeu_si256(reinterpret_cast<__m256i*>(lanes + 8), other);
+  for (int32_t l : lanes) {
+    if (static_cast<double>(l) > *largest) *largest = static_cast<double>(l);
+  }
+  p = {k, 8, k};
+  return p;
+}
+
+PeakSearch::Path ChosenPath() {
+  const PeakSearch::Path forced = forcedPath.load(std::memory_order_relaxed);
+  if (forced != PeakSearch::Path::kAuto) return forced;
+  if (PeakSearch::Supports(PeakSearch::Path::kAvx512)) {
+    return PeakSearch::Path::kAvx512;
+  }
+  if (PeakSearch::Supports(PeakSearch::Path::kAvx2)) {
+    return PeakSearch::Path::kAvx2;
+  }
+  return PeakSearch::Path::kBaseline;
+}
 #endif
 
 template <class T, bool kCurvature>
 Progress Fused(const unsigned char* in, int64_t n, double* d, double* largest) {
-#if defined(KVX_PEAKS_AVX512)
-  if (__builtin_cpu_supports("avx512f")) {
-    if constexpr (kCurvature && std::is_integral_v<T> && sizeof(T) <= 2) {
-      return FusedSixteens<T, kCurvature>(in, n, d, largest);
-    }
-    return FusedOctets<T, kCurvature>(in, n, d, largest);
+#if defined(KVX_PEAKS_WIDE)
+  constexpr bool kNarrow = std::is_integral_v<T> && sizeof(T) <= 2;
+  switch (ChosenPath()) {
+    case PeakSearch::Path::kAvx512:
+      if constexpr (kCurvature && kNarrow) {
+        return FusedSixteens<T, kCurvature>(in, n, d, largest);
+      }
+      return FusedOctets<T, kCurvature>(in, n, d, largest);
+    case PeakSearch::Path::kAvx2:
+      // Eight narrow samples convert in one step, with or without the
+      // curvature.
+      if constexpr (kNarrow) {
+        return FusedEights<T, kCurvature>(in, n, d, largest);
+      }
+      return FusedQuads<T, kCurvature>(in, n, d, largest);
+    default:
+      break;
   }
 #endif
   return FusedPairs<T, kCurvature>(in, n, d, largest);
@@ -303,6 +455,28 @@ Progress ConvertAny(const SpectrumData& spectrum, double* d, double* largest) {
 }
 
 }  // namespace
+
+bool PeakSearch::Supports(Path path) {
+  switch (path) {
+    case Path::kAuto:
+    case Path::kBaseline:
+      return true;
+#if defined(KVX_PEAKS_WIDE)
+    case Path::kAvx2:
+      return __builtin_cpu_supports("avx2");
+    case Path::kAvx512:
+      return __builtin_cpu_supports("avx512f");
+#endif
+    default:
+      return false;
+  }
+}
+
+bool PeakSearch::ForcePath(Path path) {
+  if (!Supports(path)) return false;
+  forcedPath.store(path, std::memory_order_relaxed);
+  return true;
+}
 
 bool PeakSearch::HasData(const SpectrumData& spectrum) {
   return spectrum.data != nullptr && spectrum.count > 0;

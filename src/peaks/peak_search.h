@@ -23,6 +23,18 @@ class PeakSearch {
     double height = 0.0;  // largest curvature over the peak
   };
 
+  // The vector passes a load can take. kAuto takes the widest this
+  // processor runs; kBaseline is the 2-lane SSE2 pass (the scalar code
+  // alone where SSE2 is absent). All give bit-identical results.
+  enum class Path { kAuto, kBaseline, kAvx2, kAvx512 };
+
+  // True when this build and processor can run `path`.
+  static bool Supports(Path path);
+  // For tests and benchmarks only: makes every later load in this copy of
+  // the code take `path` (kAuto restores the choice by processor). False,
+  // and nothing changed, when the path is not supported.
+  static bool ForcePath(Path path);
+
   // True when the spectrum carries samples (data not null, count above 0;
   // a negative count means no samples).
   static bool HasData(const SpectrumData& spectrum);
@@ -39,6 +51,7 @@ class PeakSearch {
   void LoadSamples(const SpectrumData& spectrum);
 
   int64_t Count() const { return n_; }
+  const double* Samples() const { return d_.get(); }
   double Threshold() const { return threshold_; }
   double Curvature(int64_t k) const {
     const int64_t below = k >= 2 ? k - 2 : 0;
