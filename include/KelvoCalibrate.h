@@ -1098,8 +1098,8 @@ KVX_EXPORT KvxULong KVX_CALL CalibCalcDataPointCalibArray(CalibHandle handle,
 /* Checks that the grating can be turned to a wavelength and writes the
  * longest reachable one, sin(90 deg - psi/2) cos(psi/2) 2e6 / (order x
  * grooves/mm) (0.0 for a groove density 0), to *limit when limit is not
- * null. Returns 0 (wavelength <= limit; there is no lower bound); 11065
- * above the limit, NaN or infinite (limit written); 11069 inclusion angle
+ * null. Returns 0 (wavelength <= limit; there is no lower bound, -inf
+ * passes); 11065 above the limit or NaN (limit written); 11069 inclusion angle
  * outside 0..180 degrees (limit untouched). */
 KVX_EXPORT KvxULong KVX_CALL CalibTestWavelength(CalibHandle handle,
                                                  double wavelength,
@@ -1148,16 +1148,17 @@ KVX_EXPORT KvxULong KVX_CALL CalibConvertCenterWavelength(CalibHandle handle,
 /* Moves the selected grating's center pixel offset (and the working one)
  * so that the center wavelength falls on the pixel of `dataPoint`: adds the
  * pixel minus the center of the active pixel range. The effective center
- * follows at the next center setting. Returns 0; 11053 no grating
- * selected; the detector check's codes (11000, 11002, 11003, 11005-11011);
+ * follows at the next center setting; without a selected grating only the
+ * working offset moves. Returns 0; the detector check's codes (11000,
+ * 11002, 11003, 11005-11011);
  * the data-point mapping's codes (11010, 11011). */
 KVX_EXPORT KvxULong KVX_CALL CalibCalcCenterOffset(CalibHandle handle,
                                                    double dataPoint);
 
 /* Scales the slope adjustment s of the selected grating (and of the working
  * optics) to (s + 1) b / a - 1, e.g. a = drive reading, b = true center.
- * Arguments are not checked (a = 0 gives an infinite slope). Returns 0;
- * 11053 no grating selected. */
+ * Arguments are not checked (a = 0 gives an infinite slope). Without a
+ * selected grating only the working value changes. Returns 0. */
 KVX_EXPORT KvxULong KVX_CALL CalibCalcSlopeAdjust(CalibHandle handle, double a,
                                                   double b);
 
@@ -1165,8 +1166,9 @@ KVX_EXPORT KvxULong KVX_CALL CalibCalcSlopeAdjust(CalibHandle handle, double a,
  * swapped when start > end) with spectra overlapping by `overlap`. Sets the
  * center to end + overlap and leaves it there; stores the range and the
  * overlap (also the glue range). Returns 0; 11000 null steps; 11073 one
- * spectrum is not wider than the overlap (nothing stored); 11047 a count
- * beyond 32 bits or a NaN range (nothing stored). */
+ * spectrum is not wider than the overlap (nothing stored). A count beyond
+ * 32 bits (or from a NaN) is stored and reported as INT32_MIN, as the
+ * processor's conversion gives it. */
 KVX_EXPORT KvxULong KVX_CALL CalibGetNumberSteps(CalibHandle handle,
                                                  double start, double end,
                                                  double overlap,

@@ -70,9 +70,6 @@ NqeErrorCode RebuildScanPattern(DetectorStore& detectors,
       std::exchange(entry.regions, std::move(fresh));
   const int32_t keptCounter = entry.regionCounter;
   const int32_t keptPixels = entry.numPixels;
-  // An overlap marks the detector for validation again; with the old
-  // pattern back it is as usable as before, so the mark goes too.
-  const bool keptLoaded = entry.loaded;
   entry.regionCounter = 0;
 
   NqeErrorCode code = NqeSuccess;
@@ -95,7 +92,9 @@ NqeErrorCode RebuildScanPattern(DetectorStore& detectors,
     entry.regions = std::move(keptRegions);
     entry.regionCounter = keptCounter;
     entry.numPixels = keptPixels;
-    entry.loaded = keptLoaded;
+    // The loaded flag is not restored: a region add that met an overlap
+    // cleared it, and the detector must be loaded again before use, as
+    // after any overlapping region add.
   }
   return code;
 }

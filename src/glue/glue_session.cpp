@@ -227,10 +227,11 @@ NqeErrorCode GlueSession::Merge(const GlueView& view, GlueSpectrum* output,
   // One point gives no spacing to make a bin from: refused like none.
   if (input == nullptr || input->data == nullptr || input->numPoints < 2 ||
       output == nullptr || output != glueOutput_ || glueCounts_.empty() ||
-      output->data == nullptr || output->numPoints != gluePointCount_ ||
-      input->numFrames <= 0) {
+      output->data == nullptr || output->numPoints != gluePointCount_) {
     return NqeGlueBadArgument;
   }
+  // The output has at least one frame (the start refuses fewer), so an
+  // input without frames is a frame-count mismatch.
   if (input->numFrames != output->numFrames) return NqeGlueLengthMismatch;
   // Element types other than 1 to 8 have no conversion.
   if (input->layout != 1 || !IsKnownGlueDataType(input->dataType)) {

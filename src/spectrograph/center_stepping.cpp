@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <cstring>
 
 #include "calibration/calibration_store.h"
@@ -18,6 +19,15 @@ constexpr int kMaxCenterIterations = 10;
 constexpr double kCenterTolerance = 1e-05;
 // Takes a quotient of whole steps just above an integer as that integer.
 constexpr double kStepRoundingMargin = 0.99999;
+
+// Truncation toward zero as the processor's conversion does it: a NaN or a
+// value outside int32 (a NaN span, an absurdly wide range) gives INT32_MIN
+// instead of undefined behaviour, so such a count is stored and reported
+// the way hosts have always seen it; no step array is made from it.
+int32_t TruncateToInt32(double value) {
+  if (!(value > -2147483649.0 && value < 2147483648.0)) return INT32_MIN;
+  return static_cast<int32_t>(value);
+}
 
 // `value` from unit `source` to unit `target` through the active
 // calibration's laser line. The statuses are ignored by every caller here:
@@ -117,8 +127,6 @@ NqeErrorCode ConvertCenterWavelength(SpectrographModel& model,
 }
 
 NqeErrorCode CalcCenterOffset(SpectrographModel& model, double dataPoint) {
-  Grating* grating = model.ActiveGrating();
-  if (grating == nullptr) return NqeNoGratingSelected;
   const NqeErrorCode refreshed = model.RefreshDetectorGeometry();
   if (refreshed != NqeSuccess) return refreshed;
   double pixel = 0.0;
@@ -128,7 +136,11 @@ NqeErrorCode CalcCenterOffset(SpectrographModel& model, double dataPoint) {
   const double d =
       pixel - (model.geometry.regionCenterOffset + model.geometry.centerPixel);
   if (d != 0.0) {
-    grating->centerPixelOffset += d;
+    // Without an active grating (after a spectrograph add, say) only the
+    // working value changes.
+    if (Grating* grating = model.ActiveGrating()) {
+      grating->centerPixelOffset += d;
+    }
     model.optics.centerPixelOffset += d;
   }
   return NqeSuccess;
@@ -136,10 +148,9 @@ NqeErrorCode CalcCenterOffset(SpectrographModel& model, double dataPoint) {
 
 NqeErrorCode CalcSlopeAdjust(SpectrographModel& model, double a, double b) {
   // No argument check: a = 0 gives an infinite slope, as hosts expect.
-  Grating* grating = model.ActiveGrating();
-  if (grating == nullptr) return NqeNoGratingSelected;
   const double slope = (model.optics.slopeAdjust + 1.0) * b / a - 1.0;
-  grating->slopeAdjust = slope;
+  // Without an active grating only the working value changes.
+  if (Grating* grating = model.ActiveGrating()) grating->slopeAdjust = slope;
   model.optics.slopeAdjust = slope;
   return NqeSuccess;
 }
@@ -153,18 +164,13 @@ NqeErrorCode GetNumberSteps(SpectrographModel& model, double start, double end,
   double last = 0.0;
   SpectrumEnds(model, b + overlap, &first, &last);
   const double span = last - first - overlap;
-  // Negated so that a NaN span (a NaN argument) is refused as well.
-  if (!(span > 0.0)) return NqeOverlapTooLarge;
+  if (span <= 0.0) return NqeOverlapTooLarge;
   const double quotient = (b - a - overlap) / span + kStepRoundingMargin;
-  // A count that no step array could hold (or a NaN range) is refused
-  // before anything is stored; a range narrower than the overlap truncates
-  // to 0 steps or a negative count, as the quotient says.
-  if (!(std::fabs(quotient) < 2147483647.0)) return NqeBadNumber;
   SteppingState& stepping = model.stepping;
   stepping.rangeStart = a;
   stepping.rangeEnd = b;
   stepping.overlap = overlap;
-  stepping.numSteps = static_cast<int32_t>(quotient);
+  stepping.numSteps = TruncateToInt32(quotient);
   stepping.stepsValid = true;
   *steps = stepping.numSteps;
   return NqeSuccess;

@@ -94,9 +94,7 @@ NqeErrorCode TestWavelength(const SpectrographModel& model, double wavelength,
   const double reach =
       lines == 0.0 ? 0.0 : std::sin(q) * std::cos(phi) * 2000000.0 / lines;
   if (limit != nullptr) *limit = reach;
-  // No lower bound for finite wavelengths; NaN and infinities are never
-  // reachable.
-  if (!std::isfinite(wavelength)) return NqeWavelengthUnreachable;
+  // No lower bound (negative wavelengths, even -inf, pass); NaN never does.
   return wavelength <= reach ? NqeSuccess : NqeWavelengthUnreachable;
 }
 

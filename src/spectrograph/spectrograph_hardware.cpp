@@ -161,15 +161,18 @@ NqeErrorCode SpectrographModel::RemoveSpectrographId(uint32_t id) {
   ReleaseTurrets(*found);
   activeTurret_ = nullptr;
   activeGrating_ = nullptr;
-  // The last spectrograph in the list is never removed, only emptied of its
-  // turrets (its exit mirror stays). The list, not the count, decides: after
-  // a load has dropped spectrographs the count is larger than the list, and
-  // the model must still keep one spectrograph.
-  if (spectrographs_.size() > 1) {
+  // The only spectrograph is never removed, only emptied of its turrets
+  // (its exit mirror stays). The count decides, as it does for detectors:
+  // after a load has dropped the spectrographs behind it the count is
+  // larger than the list, and removing the last listed one then empties
+  // the list (later operations report 11043 or 11048).
+  if (numSpectrographs_ > 1) {
     const bool wasActive = &*found == active_;
     spectrographs_.erase(found);
     --numSpectrographs_;
-    if (wasActive) active_ = &spectrographs_.front();
+    if (wasActive) {
+      active_ = spectrographs_.empty() ? nullptr : &spectrographs_.front();
+    }
   }
   return NqeSuccess;
 }

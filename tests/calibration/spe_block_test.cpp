@@ -158,6 +158,12 @@ TEST_F(Spe, AFailedLoadKeepsTheCalibrationAndTheOldScanPattern) {
   SpeCalibrationBlock b = Block();
   EXPECT_EQ(CalibLoadSPECalibration(h, &b, 503), 11037u);
   EXPECT_EQ(CalibLoadSPECalibration(h, nullptr, sizeof b), 11000u);
+  // Overlapping regions (pixels 10-109 and 49-58): the detector must be
+  // loaded again afterwards, as after any overlapping region add.
+  PutRegion(b, 1, 50, 10, 5);
+  EXPECT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 11005u);
+  KvxLong count = 0;
+  EXPECT_EQ(CalibNumberOfX_ROIs(h, &count), 11011u);
 }
 
 TEST_F(Spe, DumpWritesAngstromsInNanometresAndOrderOne) {

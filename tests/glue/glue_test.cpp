@@ -145,7 +145,7 @@ TEST_F(Glue, FailedMergesLeaveOutputAndCoverageAlone) {
   const std::tuple<const char*, V, int32_t, int32_t, int32_t, KvxULong>
       cases[] = {{"one point", {4}, 1, 1, 5, 11078u},
                  {"frames", {4, 5}, 2, 1, 5, 11075u},
-                 {"zero frames", {4, 5}, 0, 1, 5, 11078u},
+                 {"zero frames", {4, 5}, 0, 1, 5, 11075u},
                  {"layout", {4, 5}, 1, 2, 5, 11076u},
                  {"data type", {4, 5}, 1, 1, 9, 11076u},
                  {"NaN", {4, nan, 6}, 1, 1, 5, 11077u},

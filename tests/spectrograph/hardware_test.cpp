@@ -71,6 +71,15 @@ TEST(SpectrographList, RemovalKeepsTheLastSpectrographAndIgnoresUnknownIds) {
   ASSERT_EQ(CalibRemoveSpectrographID(h, first), 0u);
   EXPECT_EQ(ActiveSpectrograph(h), first);
   EXPECT_EQ(CalibSelectTurret(h, 1), 11049u);  // kept, without turrets
+  // The count decides: after a load dropped the spectrograph behind it,
+  // removing the one left in the list empties the list.
+  ASSERT_EQ(CalibAddSpectrograph(h, &r, sizeof r, &newId), 0u);
+  // No grating is active now: the slope goes to the working optics only.
+  EXPECT_EQ(CalibCalcSlopeAdjust(h, 1.0, 2.0), 0u);
+  ASSERT_EQ(CalibLoadSpectrograph(h, &r, sizeof r), 0u);
+  ASSERT_EQ(CalibRemoveSpectrographID(h, 7), 0u);
+  EXPECT_EQ(CalibSetActiveSpectrographID(h, 7), 11043u);
+  EXPECT_EQ(CalibRemoveSpectrographID(h, 7), 11043u);
 }
 
 TEST(TurretsAndGratings, BadInputIsRefusedWithItsCode) {
