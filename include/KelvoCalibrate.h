@@ -189,7 +189,8 @@ enum NqeErrorCode {
   NqeBadPointPixel = 11086,          /* "Point%d_Pixel" present but empty */
   NqeBadPointWave = 11087,           /* "Point%d_Wave" present but empty */
   NqeNoPointCount = 11088,           /* "Number_Points" missing or empty */
-  NqeNoFileName = 11089              /* file name pointer is null */
+  NqeNoFileName = 11089,             /* file name pointer is null */
+  NqeFitNotConverged = 11100         /* extension: a least-squares fit did not converge */
 };
 /* clang-format on */
 typedef enum NqeErrorCode NqeErrorCode;
