@@ -190,7 +190,10 @@ enum NqeErrorCode {
   NqeBadPointWave = 11087,           /* "Point%d_Wave" present but empty */
   NqeNoPointCount = 11088,           /* "Number_Points" missing or empty */
   NqeNoFileName = 11089,             /* file name pointer is null */
-  NqeFitNotConverged = 11100         /* extension: a least-squares fit did not converge */
+  NqeFitNotConverged = 11100,        /* extension: a least-squares fit did not converge */
+  NqeAutocalTooFewPeaks = 11120,     /* extension: a lamp spectrum has too few peaks */
+  NqeAutocalNoMatch = 11121,         /* extension: peaks match no consistent set of lamp lines */
+  NqeLampListUnreadable = 11122      /* extension: lamp-line list unreadable, or element not in it */
 };
 /* clang-format on */
 typedef enum NqeErrorCode NqeErrorCode;
@@ -1311,6 +1314,170 @@ KVX_EXPORT KvxULong KVX_CALL CalibFindNearestPeak(CalibHandle handle,
                                                   double start,
                                                   double* position);
 
+/* ------------------------------------------------------------------------ */
+/* Extensions: automatic calibration from lamp spectra (ordinals 115-119)   */
+/* ------------------------------------------------------------------------ */
+/* A host hands over one or more spectra of a calibration lamp, each taken
+ * with the grating set to a requested center wavelength, and the lamp's
+ * line list. The library finds the peaks with its own peak search, names
+ * them with lines of the list although a spectrum may sit tens of pixels
+ * away from where the nominal optics put it and the nominal dispersion may
+ * be a few percent off, and fits the grating model to the named lines: the
+ * focal length, inclusion angle and detector angle shared by all spectra,
+ * and per spectrum the wavelength that falls on the center of the active
+ * pixel range (the fitted center). Lines closer than blendPixels to a line
+ * of at least a hundredth of their strength, lines outside the detector or
+ * within 3 pixels of its ends, and peaks that no line explains are left
+ * unnamed. Records have the same size and offsets in 32- and 64-bit builds
+ * (the pointer of KvxAutocalSpectrum takes 8 bytes in both). */
+
+/* One line of a lamp's list, 24 bytes. */
+typedef struct KVX_ALIGN8 KvxLampLine {
+  double wavelength; /* 0: nm, in air */
+  double intensity;  /* 8: relative, for ranking lines only */
+  char element[8];   /* 16: "Ne", "Hg", ...; NUL-terminated */
+} KvxLampLine;
+
+/* Identification options, 48 bytes; KvxInitAutocalOptions fills the
+ * defaults given here. */
+typedef struct KVX_ALIGN8 KvxAutocalOptions {
+  double searchPixels;        /* 0: how far a spectrum may sit off, px (50) */
+  double dispersionTolerance; /* 8: how far the dispersion may be off (0.05) */
+  double blendPixels;         /* 16: lines closer are not told apart (2.5) */
+  double thresholdPercent;    /* 24: peak threshold, % of the largest (1.0) */
+  double matchPixels;         /* 32: a named line lies this close to the
+                                 fitted model, px (0.5) */
+  KvxLong minLines;           /* 40: fewer named lines: no calibration (5) */
+  KvxULong fixedMask;         /* 44: held at the nominal values: 1 focal
+                                 length, 2 inclusion angle, 4 detector
+                                 angle (0) */
+} KvxAutocalOptions;
+
+/* One lamp spectrum, 48 bytes. */
+typedef struct KVX_ALIGN8 KvxAutocalSpectrum {
+  const double* counts; /* 0: counts of pixels 1..count */
+#if !KVX_PTR64
+  KvxLong reserved4; /* 4: not read */
+#endif
+  KvxLong count;             /* 8: the active detector's number of pixels */
+  KvxLong peaks;             /* 12: out: peaks found (3 px from the ends
+                                excluded) */
+  double center;             /* 16: requested center wavelength, nm */
+  double fittedCenter;       /* 24: out: fitted wavelength at the center of
+                                the active pixel range */
+  double fittedCenterSigma;  /* 32: out: its standard uncertainty; -1.0
+                                when undetermined */
+  KvxLong linesUsed;         /* 40: out: named lines in this spectrum */
+  KvxLong reserved44;        /* 44: not read */
+} KvxAutocalSpectrum;
+
+/* The fitted model, 80 bytes. Sigmas are standard uncertainties (0.0 for a
+ * parameter held fixed, -1.0 when undetermined). */
+typedef struct KVX_ALIGN8 KvxAutocalResult {
+  double focalLength;         /* 0: mm */
+  double focalLengthSigma;    /* 8 */
+  double inclusionAngle;      /* 16: degrees */
+  double inclusionAngleSigma; /* 24 */
+  double detectorAngle;       /* 32: degrees */
+  double detectorAngleSigma;  /* 40 */
+  double rmsNm;               /* 48: over the named lines */
+  double rmsPixels;           /* 56 */
+  KvxLong lineCount;          /* 64: named lines in all spectra */
+  KvxLong rejectedCount;      /* 68: matched lines the fit rejected */
+  KvxLong failedSpectrum;     /* 72: index of the spectrum a failure
+                                 concerns, else -1 */
+  KvxULong fixedMask;         /* 76: parameters held in the fit: the
+                                 options' mask, plus those the lines could
+                                 not determine (inclusion angle first, then
+                                 detector angle, focal length) */
+} KvxAutocalResult;
+
+/* One named line, 56 bytes. */
+typedef struct KVX_ALIGN8 KvxIdentifiedLine {
+  double pixel;          /* 0: peak position, 1-based pixel */
+  double wavelength;     /* 8: the list's wavelength, nm */
+  double intensity;      /* 16: the list's relative intensity */
+  double residualNm;     /* 24: wavelength - fitted model at the pixel */
+  double residualPixels; /* 32: the same in pixels */
+  KvxLong spectrum;      /* 40: index of its spectrum */
+  char element[8];       /* 44: element of the line */
+  KvxLong reserved52;    /* 52: 0 */
+} KvxIdentifiedLine;
+
+/* Extension (ordinal 115). No handle. Reads a lamp-line list and keeps the
+ * lines of the named elements. path is a CSV file of rows
+ * "element,air_wavelength_nm,relative_intensity" ('#' comment lines and one
+ * header row allowed; the element is the first word of the first column,
+ * "Hg I" -> "Hg"); a null path takes the list built into the module (Hg,
+ * Ar, Ne, Kr and Cd, air wavelengths from the NIST Atomic Spectra
+ * Database). elements names the lamp's elements ("Ne", "Hg,Ar", "Hg+Ar";
+ * case ignored); null or empty takes every line. Writes the first
+ * `capacity` lines in list order and the number of all of them to *count
+ * (capacity 0 only counts; lines may be null then).
+ * Returns 0; 11000 null count, or null lines with capacity above 0; 11047
+ * negative capacity; 11122 the file cannot be read or holds a malformed row
+ * or no line, or an element named has no line in the list (nothing
+ * written). */
+KVX_EXPORT KvxULong KVX_CALL KvxGetLampLines(const char* path,
+                                             const char* elements,
+                                             KvxLampLine* lines,
+                                             KvxLong capacity,
+                                             KvxLong* count);
+
+/* Extension (ordinal 116). No handle. Fills the options with the defaults.
+ * Returns 0; 11000 null options. */
+KVX_EXPORT KvxULong KVX_CALL KvxInitAutocalOptions(KvxAutocalOptions* options);
+
+/* Extension (ordinal 117). Automatic mode. Identifies the lines of `lines`
+ * in `spectrumCount` spectra and fits the grating model to them, starting
+ * from the working optics of the active grating; the object is not changed.
+ * options may be null (defaults). Writes *result, each spectrum's output
+ * fields, and the named lines (by spectrum, then by pixel) into
+ * `identified` up to `capacity` of them (result->lineCount gives all).
+ * Every spectrum's count must equal the active detector's pixels.
+ * On 11120 or 11121 the peaks of every spectrum examined are written, and
+ * result->failedSpectrum names the spectrum, or is -1 when the failure
+ * concerns all spectra together; the rest of *result is then 0.
+ * Returns 0; 11054 manual object; 11000 null spectra, lines, result or
+ * counts, or null identified with capacity above 0; 11047 spectrumCount or
+ * lineCount below 1, negative capacity, or an option out of range
+ * (searchPixels 0..10000, dispersionTolerance 0..0.5, blendPixels 0..100,
+ * thresholdPercent 0..100, matchPixels above 0 up to 10, minLines 3 or
+ * more, fixedMask bits 1, 2, 4 only); 11019 a count that differs from the
+ * pixels; 11065 a center the grating cannot reach; 11120 a spectrum with
+ * fewer than 3 peaks (a flat spectrum has none) or fewer peaks in all than
+ * minLines; 11121 no consistent match: fewer than minLines lines named, a
+ * spectrum with fewer than 2, or fewer than half of a spectrum's 8
+ * strongest peaks named (a lamp other than the list's); 11027 too few lines
+ * for the parameters left free; 11100 the fit did not converge; 11022 when
+ * memory runs out. */
+KVX_EXPORT KvxULong KVX_CALL KvxAutoCalibrate(
+    CalibHandle handle, KvxAutocalSpectrum* spectra, KvxLong spectrumCount,
+    const KvxLampLine* lines, KvxLong lineCount,
+    const KvxAutocalOptions* options, KvxAutocalResult* result,
+    KvxIdentifiedLine* identified, KvxLong capacity);
+
+/* Extension (ordinal 118). Automatic mode. Writes the wavelength (nm) of
+ * pixels 1..count for the fitted optics of *result with the grating set so
+ * that `center` falls on the center of the active pixel range: a
+ * spectrum's fittedCenter gives its fitted axis, any other center predicts
+ * the axis at that grating position. The object is not changed.
+ * Returns 0; 11054 manual object; 11000 null result or wavelengths; 11047
+ * count below 1; 11065 a center the fitted grating cannot reach. */
+KVX_EXPORT KvxULong KVX_CALL KvxAutocalWavelengths(
+    CalibHandle handle, const KvxAutocalResult* result, double center,
+    double* wavelengths, KvxLong count);
+
+/* Extension (ordinal 119). Automatic mode. Installs the fitted focal
+ * length, inclusion angle and detector angle of *result into the working
+ * optics and the active grating, as installing optimised dispersion
+ * parameters does. The center is not changed: set a spectrum's fittedCenter
+ * with CalibSetCenterWavelength to reproduce its fitted axis.
+ * Returns 0; 11054 manual object; 11000 null result; 11047 a focal length
+ * not above 0 or an angle not finite. */
+KVX_EXPORT KvxULong KVX_CALL KvxInstallAutocal(CalibHandle handle,
+                                               const KvxAutocalResult* result);
+
 #ifdef __cplusplus
 } /* extern "C" */
 
@@ -1528,6 +1695,26 @@ KVX_AT(GlueSpectrum, xValues, 20);
 KVX_AT(GlueSpectrum, calibration, 28);
 KVX_AT(GlueSpectrum, reserved32, 32);
 #endif
+KVX_STATIC_ASSERT(sizeof(KvxLampLine) == 24, "KvxLampLine");
+KVX_AT(KvxLampLine, element, 16);
+KVX_STATIC_ASSERT(sizeof(KvxAutocalOptions) == 48, "KvxAutocalOptions");
+KVX_AT(KvxAutocalOptions, matchPixels, 32);
+KVX_AT(KvxAutocalOptions, minLines, 40);
+KVX_AT(KvxAutocalOptions, fixedMask, 44);
+KVX_STATIC_ASSERT(sizeof(KvxAutocalSpectrum) == 48, "KvxAutocalSpectrum");
+KVX_AT(KvxAutocalSpectrum, count, 8);
+KVX_AT(KvxAutocalSpectrum, peaks, 12);
+KVX_AT(KvxAutocalSpectrum, center, 16);
+KVX_AT(KvxAutocalSpectrum, fittedCenterSigma, 32);
+KVX_AT(KvxAutocalSpectrum, linesUsed, 40);
+KVX_STATIC_ASSERT(sizeof(KvxAutocalResult) == 80, "KvxAutocalResult");
+KVX_AT(KvxAutocalResult, rmsPixels, 56);
+KVX_AT(KvxAutocalResult, lineCount, 64);
+KVX_AT(KvxAutocalResult, fixedMask, 76);
+KVX_STATIC_ASSERT(sizeof(KvxIdentifiedLine) == 56, "KvxIdentifiedLine");
+KVX_AT(KvxIdentifiedLine, spectrum, 40);
+KVX_AT(KvxIdentifiedLine, element, 44);
+KVX_AT(KvxIdentifiedLine, reserved52, 52);
 #undef KVX_AT
 #endif /* KVX_STATIC_ASSERT */
 

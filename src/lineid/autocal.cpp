@@ -1,0 +1,354 @@
+#include "lineid/autocal.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <cstdio>
+
+#include "lineid/line_matching.h"
+#include "lineid/spectrum_axis.h"
+#include "spectrograph/spectrograph_model.h"
+
+namespace kvx {
+namespace {
+
+// Peaks this close to either end of the detector may be cut lines with a
+// biased position; lines predicted there are not looked for.
+constexpr double kEdgePixels = 3.0;
+// Only the strongest peaks vote on the placement (noise and faint lines
+// add coincidences, not evidence).
+constexpr size_t kVotingPeaks = 40;
+constexpr int kPlacements = 12;
+// A neighbour this much weaker than a line moves its peak too little to
+// matter; a stronger one makes the pair a blend.
+constexpr double kBlendIntensityRatio = 0.01;
+// Of a spectrum's strongest peaks, at least this share must be named.
+constexpr size_t kStrongPeaks = 8;
+constexpr double kStrongPeakShare = 0.5;
+
+struct Candidate {
+  double offset = 0.0;  // nominal pixel - center of the active range
+  const LampLine* line = nullptr;
+};
+
+// Everything known about one spectrum during the identification.
+struct SpectrumWork {
+  const AutocalSpectrum* input = nullptr;
+  SpectrumAxis nominal;
+  std::vector<LinePeak> peaks;     // by pixel
+  std::vector<double> peakPixels;  // the same positions
+  std::vector<Candidate> lines;    // usable lines, by nominal pixel
+  std::vector<LineMatch> matches;
+  PixelMap map;  // nominal offset -> measured pixel
+  double startCenter = 0.0;
+};
+
+bool OptionsValid(const AutocalOptions& o) {
+  return o.searchPixels >= 0.0 && o.searchPixels <= 10000.0 &&
+         o.dispersionTolerance >= 0.0 && o.dispersionTolerance < 0.5 &&
+         o.blendPixels >= 0.0 && o.blendPixels <= 100.0 &&
+         o.thresholdPercent >= 0.0 && o.thresholdPercent <= 100.0 &&
+         o.matchPixels > 0.0 && o.matchPixels <= 10.0 && o.minLines >= 3 &&
+         (o.fixed & ~15u) == 0;
+}
+
+// The lines of the list the spectrum may show, blends taken out.
+std::vector<Candidate> UsableLines(std::span<const LampLine> lamp,
+                                   const SpectrumAxis& axis, double reach,
+                                   double blend) {
+  std::vector<Candidate> all;
+  for (const LampLine& line : lamp) {
+    const double pixel = axis.Pixel(line.wavelength);
+    const double offset = pixel - axis.ActiveCenter();
+    if (std::isfinite(pixel) && std::fabs(offset) <= reach) {
+      all.push_back({offset, &line});
+    }
+  }
+  std::sort(all.begin(), all.end(), [](const Candidate& a, const Candidate& b) {
+    return a.offset < b.offset;
+  });
+  std::vector<Candidate> usable;
+  for (size_t i = 0; i < all.size(); ++i) {
+    bool blended = false;
+    for (size_t j = 0; j < all.size() && !blended; ++j) {
+      blended = j != i && std::fabs(all[j].offset - all[i].offset) < blend &&
+                all[j].line->intensity >=
+                    kBlendIntensityRatio * all[i].line->intensity;
+    }
+    if (!blended) usable.push_back(all[i]);
+  }
+  return usable;
+}
+
+double MapRms(const SpectrumWork& w, const std::vector<LineMatch>& matches) {
+  double sum = 0.0;
+  for (const LineMatch& m : matches) {
+    const double d = w.peakPixels[m.peak] - w.map(w.lines[m.line].offset);
+    sum += d * d;
+  }
+  return matches.empty() ? 0.0 : std::sqrt(sum / matches.size());
+}
+
+// Matches through the current map, then refines the map from the matches,
+// tightening the tolerance; returns the final matches.
+std::vector<LineMatch> RefineMatches(SpectrumWork& w, double halfWidth) {
+  std::vector<double> predicted(w.lines.size());
+  std::vector<LineMatch> matches;
+  constexpr double kTolerances[] = {2.0, 1.5, 1.0, 0.75, 0.75};
+  for (const double tolerance : kTolerances) {
+    for (size_t i = 0; i < w.lines.size(); ++i) {
+      predicted[i] = w.map(w.lines[i].offset);
+    }
+    matches = MatchNearest(w.peakPixels, predicted, tolerance);
+    std::vector<double> x, y;
+    for (const LineMatch& m : matches) {
+      x.push_back(w.lines[m.line].offset);
+      y.push_back(w.peakPixels[m.peak]);
+    }
+    // Curvature of the map only once enough pairs pin it down.
+    const int order = matches.size() >= 6 ? 2 : 1;
+    PixelMap map;
+    if (!FitPixelMap(x, y, order, halfWidth, &map)) break;
+    w.map = map;
+  }
+  return matches;
+}
+
+// Places the lines on the peaks: the best of the shift-and-scale
+// candidates after refinement.
+void PlaceLines(SpectrumWork& w, const AutocalOptions& o, double halfWidth) {
+  std::vector<size_t> order(w.peaks.size());
+  for (size_t i = 0; i < order.size(); ++i) order[i] = i;
+  std::sort(order.begin(), order.end(), [&](size_t a, size_t b) {
+    return w.peaks[a].height > w.peaks[b].height;
+  });
+  order.resize(std::min(order.size(), kVotingPeaks));
+  const double center = w.nominal.ActiveCenter();
+  std::vector<double> voters, offsets;
+  for (const size_t i : order) voters.push_back(w.peaks[i].pixel - center);
+  std::sort(voters.begin(), voters.end());
+  for (const Candidate& c : w.lines) offsets.push_back(c.offset);
+
+  const std::vector<Placement> placements =
+      SearchPlacements(voters, offsets, o.searchPixels, o.dispersionTolerance,
+                       halfWidth, kPlacements);
+  size_t bestCount = 0;
+  double bestRms = 0.0;
+  for (const Placement& p : placements) {
+    SpectrumWork trial = w;
+    trial.map = PixelMap{};
+    trial.map.scale = halfWidth;
+    trial.map.c[0] = center + p.shift;
+    trial.map.c[1] = p.scale * halfWidth;
+    const std::vector<LineMatch> matches = RefineMatches(trial, halfWidth);
+    const double rms = MapRms(trial, matches);
+    if (matches.size() > bestCount ||
+        (matches.size() == bestCount && rms < bestRms)) {
+      bestCount = matches.size();
+      bestRms = rms;
+      w.map = trial.map;
+      w.matches = matches;
+    }
+  }
+}
+
+// The nominal offset that the map sends to the center of the active range,
+// as a wavelength: where to start the fitted center.
+double StartCenter(const SpectrumWork& w) {
+  const double center = w.nominal.ActiveCenter();
+  double offset = 0.0;
+  for (int i = 0; i < 20; ++i) {
+    const double slope = w.map(offset + 0.5) - w.map(offset - 0.5);
+    if (!(slope > 0.0)) break;
+    offset += (center - w.map(offset)) / slope;
+  }
+  return w.nominal.Wavelength(center + offset);
+}
+
+// Matches the usable lines to the peaks with a fitted model.
+NqeErrorCode MatchWithModel(const SpectrographModel& model,
+                            const GratingFitResult& fit,
+                            std::vector<SpectrumWork>& work, double tolerance,
+                            double lastPixel) {
+  for (size_t j = 0; j < work.size(); ++j) {
+    SpectrumWork& w = work[j];
+    SpectrumAxis axis;
+    const NqeErrorCode code = axis.Set(model, fit.optics, fit.centers[j]);
+    if (code != NqeSuccess) return code;
+    std::vector<double> predicted;
+    std::vector<int32_t> index;
+    for (size_t i = 0; i < w.lines.size(); ++i) {
+      const double pixel = axis.Pixel(w.lines[i].line->wavelength);
+      if (std::isfinite(pixel) && pixel > 0.5 + kEdgePixels &&
+          pixel < lastPixel - kEdgePixels) {
+        predicted.push_back(pixel);
+        index.push_back(static_cast<int32_t>(i));
+      }
+    }
+    w.matches = MatchNearest(w.peakPixels, predicted, tolerance);
+    for (LineMatch& m : w.matches) m.line = index[m.line];
+  }
+  return NqeSuccess;
+}
+
+std::vector<FitLine> FitLines(const std::vector<SpectrumWork>& work) {
+  std::vector<FitLine> lines;
+  for (size_t j = 0; j < work.size(); ++j) {
+    for (const LineMatch& m : work[j].matches) {
+      lines.push_back({work[j].peakPixels[m.peak],
+                       work[j].lines[m.line].line->wavelength,
+                       static_cast<int32_t>(j)});
+    }
+  }
+  return lines;
+}
+
+// Holds parameters fixed, least determined first (the inclusion angle
+// moves the lines least differently from the focal length), while the
+// lines cannot determine the free ones with two to spare.
+uint32_t FixedFor(size_t lines, size_t spectra, uint32_t fixed) {
+  constexpr uint32_t kOrder[] = {kFixInclusionAngle, kFixDetectorAngle,
+                                 kFixFocalLength};
+  for (const uint32_t bit : kOrder) {
+    size_t free = spectra;
+    for (const uint32_t b : kOrder) free += (fixed & b) == 0 ? 1 : 0;
+    if (lines >= free + 2) break;
+    fixed |= bit;
+  }
+  return fixed;
+}
+
+NqeErrorCode Fit(const SpectrographModel& model,
+                 const std::vector<SpectrumWork>& work,
+                 const std::vector<double>& centers, uint32_t fixed,
+                 GratingFitResult* fit) {
+  const std::vector<FitLine> lines = FitLines(work);
+  GratingFitOptions options;
+  options.fixed = FixedFor(lines.size(), work.size(), fixed);
+  return FitGratingModel(model, lines, centers, options, fit);
+}
+
+}  // namespace
+
+NqeErrorCode AutoCalibrate(const SpectrographModel& model,
+                           std::span<const AutocalSpectrum> spectra,
+                           std::span<const LampLine> lamp,
+                           const AutocalOptions& options,
+                           AutocalResult* result) {
+  if (result == nullptr || spectra.empty()) return NqeNullPointer;
+  *result = AutocalResult{};
+  if (!OptionsValid(options)) return NqeBadNumber;
+  const int32_t pixels = model.geometry.numPixels;
+  const double halfWidth = 0.5 * pixels;
+  const double lastPixel = pixels + 0.5;
+  const GratingOptics nominal{model.optics.focalLength,
+                              model.optics.inclusionAngle,
+                              model.optics.detectorAngle};
+  const double reach =
+      (halfWidth + options.searchPixels) * (1.0 + options.dispersionTolerance) +
+      2.0;
+  const double blend =
+      options.blendPixels * (1.0 + options.dispersionTolerance);
+
+  std::vector<SpectrumWork> work(spectra.size());
+  size_t allPeaks = 0;
+  for (size_t j = 0; j < spectra.size(); ++j) {
+    SpectrumWork& w = work[j];
+    w.input = &spectra[j];
+    result->failedSpectrum = static_cast<int32_t>(j);
+    if (spectra[j].counts == nullptr) return NqeNullPointer;
+    if (spectra[j].count != pixels || pixels < 1) return NqePixelCountMismatch;
+    NqeErrorCode code = w.nominal.Set(model, nominal, spectra[j].center);
+    if (code != NqeSuccess) return code;
+    for (const LinePeak& peak : FindLinePeaks(
+             spectra[j].counts, spectra[j].count, options.thresholdPercent)) {
+      if (peak.pixel > 0.5 + kEdgePixels &&
+          peak.pixel < lastPixel - kEdgePixels) {
+        w.peaks.push_back(peak);
+        w.peakPixels.push_back(peak.pixel);
+      }
+    }
+    result->peaks.push_back(static_cast<int32_t>(w.peaks.size()));
+    if (w.peaks.size() < 3) return NqeAutocalTooFewPeaks;
+    allPeaks += w.peaks.size();
+    w.lines = UsableLines(lamp, w.nominal, reach, blend);
+  }
+  result->failedSpectrum = -1;
+  if (allPeaks < static_cast<size_t>(options.minLines)) {
+    return NqeAutocalTooFewPeaks;
+  }
+
+  // Each spectrum placed on its own, then the optics fitted to all.
+  std::vector<double> centers;
+  size_t named = 0;
+  for (SpectrumWork& w : work) {
+    PlaceLines(w, options, halfWidth);
+    centers.push_back(StartCenter(w));
+    fprintf(stderr, "DBG peaks %zu lines %zu matches %zu start %f map %f %f %f\n", w.peaks.size(), w.lines.size(), w.matches.size(), centers.back(), w.map.c[0], w.map.c[1], w.map.c[2]);
+    named += w.matches.size();
+  }
+  if (named < static_cast<size_t>(options.minLines)) return NqeAutocalNoMatch;
+  GratingFitResult fit;
+  NqeErrorCode code = Fit(model, work, centers, options.fixed, &fit);
+  if (code != NqeSuccess) return code;
+
+  // With the fitted model the lines are looked for again, first within a
+  // pixel (lines the placement missed), then within the final tolerance.
+  for (const double tolerance :
+       {std::max(1.0, options.matchPixels), options.matchPixels}) {
+    code = MatchWithModel(model, fit, work, tolerance, lastPixel);
+    if (code != NqeSuccess) return code;
+    code = Fit(model, work, fit.centers, options.fixed, &fit);
+    if (code != NqeSuccess) return code;
+  }
+
+  // Lines the fit rejected are not named.
+  size_t k = 0;
+  for (size_t j = 0; j < work.size(); ++j) {
+    SpectrumWork& w = work[j];
+    std::vector<LineMatch> kept;
+    for (const LineMatch& m : w.matches) {
+      const GratingFitLine& fitted = fit.lines[k++];
+      if (fitted.rejected) continue;
+      kept.push_back(m);
+      IdentifiedLine line;
+      line.pixel = w.peakPixels[m.peak];
+      line.wavelength = w.lines[m.line].line->wavelength;
+      line.intensity = w.lines[m.line].line->intensity;
+      line.residualNm = fitted.residualNm;
+      line.residualPixels = fitted.residualPixels;
+      line.spectrum = static_cast<int32_t>(j);
+      std::memcpy(line.element, w.lines[m.line].line->element, kElementChars);
+      result->lines.push_back(line);
+    }
+    w.matches = kept;
+  }
+  result->fixed = FixedFor(FitLines(work).size(), work.size(), options.fixed);
+  result->fit = std::move(fit);
+
+  // A consistent match names most of the strongest peaks of every spectrum
+  // and enough lines in all.
+  if (result->lines.size() < static_cast<size_t>(options.minLines)) {
+    return NqeAutocalNoMatch;
+  }
+  for (size_t j = 0; j < work.size(); ++j) {
+    const SpectrumWork& w = work[j];
+    result->failedSpectrum = static_cast<int32_t>(j);
+    if (w.matches.size() < 2) return NqeAutocalNoMatch;
+    std::vector<double> heights;
+    for (const LinePeak& p : w.peaks) heights.push_back(p.height);
+    const size_t strong = std::min(kStrongPeaks, heights.size());
+    std::nth_element(heights.begin(), heights.begin() + (strong - 1),
+                     heights.end(), std::greater<>());
+    const double cut = heights[strong - 1];
+    size_t namedStrong = 0;
+    for (const LineMatch& m : w.matches) {
+      namedStrong += w.peaks[m.peak].height >= cut ? 1 : 0;
+    }
+    if (namedStrong < kStrongPeakShare * strong) return NqeAutocalNoMatch;
+  }
+  result->failedSpectrum = -1;
+  return NqeSuccess;
+}
+
+}  // namespace kvx

@@ -1,0 +1,153 @@
+#include "lineid/line_matching.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "peaks/peak_search.h"
+
+namespace kvx {
+
+std::vector<LinePeak> FindLinePeaks(const double* counts, int32_t count,
+                                    double thresholdPercent) {
+  std::vector<LinePeak> peaks;
+  SpectrumData spectrum{};
+  spectrum.data = const_cast<double*>(counts);  // read only
+  spectrum.count = count;
+  spectrum.dataType = 5;
+  if (!PeakSearch::HasData(spectrum)) return peaks;
+  PeakSearch search;
+  search.LoadPeakData(spectrum, thresholdPercent);
+  const int64_t n = search.Count();
+  const double threshold = search.Threshold();
+  int64_t i = 0;
+  for (;;) {
+    while (i < n && search.Curvature(i) <= threshold) ++i;
+    if (i >= n) break;
+    PeakSearch::Peak peak;
+    const int64_t r = search.LocatePeak(i, &peak);
+    if (r < 0) break;
+    if (std::isfinite(peak.position)) {
+      peaks.push_back({peak.position, peak.height});
+    }
+    i = r;
+  }
+  return peaks;
+}
+
+std::vector<Placement> SearchPlacements(std::span<const double> peaks,
+                                        std::span<const double> lines,
+                                        double maxShift, double scaleTolerance,
+                                        double halfWidth, int keep) {
+  // A scale step moves the detector's ends by half a pixel at most; shifts
+  // fall into one-pixel bins and a coincidence counts in its bin and the
+  // next, so a pair within about a pixel always meets in some bin.
+  const double scaleStep = 0.5 / std::max(halfWidth, 1.0);
+  const int scales = static_cast<int>(std::ceil(scaleTolerance / scaleStep));
+  const int bins = static_cast<int>(std::ceil(2.0 * maxShift)) + 2;
+  std::vector<int32_t> votes(static_cast<size_t>(bins));
+  std::vector<Placement> best;
+  for (int k = -scales; k <= scales; ++k) {
+    const double scale = 1.0 + k * scaleStep;
+    std::fill(votes.begin(), votes.end(), 0);
+    for (const double p : peaks) {
+      for (const double l : lines) {
+        const double x = p - scale * l + maxShift;  // shift, from 0
+        if (!(x >= 0.0 && x < bins - 1)) continue;
+        const auto b = static_cast<size_t>(x);
+        ++votes[b];
+        ++votes[b + 1];
+      }
+    }
+    for (int b = 0; b < bins; ++b) {
+      const int32_t v = votes[static_cast<size_t>(b)];
+      if (v == 0) continue;
+      if (static_cast<int>(best.size()) == keep && v <= best.back().votes) {
+        continue;
+      }
+      // The shift bin's center; bin b collected shifts in (b-1, b+1).
+      const Placement candidate{b - maxShift, scale, v};
+      // One candidate per neighbourhood: the stronger replaces the weaker.
+      auto near =
+          std::find_if(best.begin(), best.end(), [&](const Placement& q) {
+            return std::fabs(q.shift - candidate.shift) < 3.0 &&
+                   std::fabs(q.scale - candidate.scale) < 4.0 * scaleStep;
+          });
+      if (near != best.end()) {
+        if (near->votes >= v) continue;
+        best.erase(near);
+      }
+      auto at = std::find_if(best.begin(), best.end(),
+                             [&](const Placement& q) { return q.votes < v; });
+      best.insert(at, candidate);
+      if (static_cast<int>(best.size()) > keep) best.pop_back();
+    }
+  }
+  return best;
+}
+
+namespace {
+
+// Index of the element of `sorted` nearest to x; -1 when empty.
+int32_t Nearest(std::span<const double> sorted, double x) {
+  if (sorted.empty() || std::isnan(x)) return -1;
+  const auto it = std::lower_bound(sorted.begin(), sorted.end(), x);
+  auto j = static_cast<int32_t>(it - sorted.begin());
+  if (j == static_cast<int32_t>(sorted.size()) ||
+      (j > 0 && x - sorted[j - 1] <= sorted[j] - x)) {
+    --j;
+  }
+  return j;
+}
+
+}  // namespace
+
+std::vector<LineMatch> MatchNearest(std::span<const double> peaks,
+                                    std::span<const double> predicted,
+                                    double tolerance) {
+  std::vector<LineMatch> matches;
+  for (int32_t i = 0; i < static_cast<int32_t>(predicted.size()); ++i) {
+    const int32_t p = Nearest(peaks, predicted[i]);
+    if (p < 0 || !(std::fabs(peaks[p] - predicted[i]) <= tolerance)) continue;
+    // Only the line nearest to that peak takes it.
+    if (Nearest(predicted, peaks[p]) == i) matches.push_back({p, i});
+  }
+  return matches;
+}
+
+bool FitPixelMap(std::span<const double> predicted,
+                 std::span<const double> measured, int order, double scale,
+                 PixelMap* map) {
+  const int n = order + 1;
+  if (static_cast<int>(predicted.size()) < n + 1) return false;
+  double a[3][4] = {};
+  for (size_t i = 0; i < predicted.size(); ++i) {
+    const double t = predicted[i] / scale;
+    const double basis[3] = {1.0, t, t * t};
+    for (int r = 0; r < n; ++r) {
+      for (int c = 0; c < n; ++c) a[r][c] += basis[r] * basis[c];
+      a[r][3] += basis[r] * measured[i];
+    }
+  }
+  // Gaussian elimination with partial pivoting on the small system.
+  for (int col = 0; col < n; ++col) {
+    int pivot = col;
+    for (int r = col + 1; r < n; ++r) {
+      if (std::fabs(a[r][col]) > std::fabs(a[pivot][col])) pivot = r;
+    }
+    if (!(std::fabs(a[pivot][col]) > 1e-12 * predicted.size())) return false;
+    std::swap(a[col], a[pivot]);
+    for (int r = 0; r < n; ++r) {
+      if (r == col) continue;
+      const double f = a[r][col] / a[col][col];
+      for (int c = col; c < 4; ++c) a[r][c] -= f * a[col][c];
+    }
+  }
+  PixelMap result;
+  result.scale = scale;
+  result.c[1] = 0.0;
+  for (int r = 0; r < n; ++r) result.c[r] = a[r][3] / a[r][r];
+  *map = result;
+  return true;
+}
+
+}  // namespace kvx
