@@ -20,7 +20,7 @@ JOBS=${KVX_JOBS:-2}
 
 kvx_ensure_packages cmake ninja-build g++ g++-multilib g++-mingw-w64-i686 \
   binutils-mingw-w64-i686 googletest libbenchmark-dev clang llvm pkgconf \
-  clang-format ||
+  clang-format libeigen3-dev ||
   exit 2
 
 PASSED=0

@@ -26,7 +26,7 @@ struct PolyFitOptions {
 
 struct PolyFitResult {
   int32_t order = 0;
-  double xCenter = 0.0;     // t = (x - xCenter) / xHalfRange
+  double xCenter = 0.0;  // t = (x - xCenter) / xHalfRange
   double xHalfRange = 1.0;
   std::array<double, kFitTerms> coefficients{};  // of T0(t)..T9(t)
   std::array<double, kFitTerms> sigmas{};        // -1.0: undetermined

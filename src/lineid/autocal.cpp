@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <cstdio>
 
 #include "lineid/line_matching.h"
 #include "lineid/spectrum_axis.h"
@@ -284,7 +283,6 @@ NqeErrorCode AutoCalibrate(const SpectrographModel& model,
   for (SpectrumWork& w : work) {
     PlaceLines(w, options, halfWidth);
     centers.push_back(StartCenter(w));
-    fprintf(stderr, "DBG peaks %zu lines %zu matches %zu start %f map %f %f %f\n", w.peaks.size(), w.lines.size(), w.matches.size(), centers.back(), w.map.c[0], w.map.c[1], w.map.c[2]);
     named += w.matches.size();
   }
   if (named < static_cast<size_t>(options.minLines)) return NqeAutocalNoMatch;
