@@ -1447,7 +1447,7 @@ KVX_EXPORT KvxULong KVX_CALL KvxInitAutocalOptions(KvxAutocalOptions* options);
  * pixels; 11065 a center the grating cannot reach; 11120 a spectrum with
  * fewer than 3 peaks (a flat spectrum has none) or fewer peaks in all than
  * minLines; 11121 no consistent match: fewer than minLines lines named, a
- * spectrum with fewer than 2, or fewer than half of a spectrum's 8
+ * spectrum with fewer than 2, or fewer than 3 of a spectrum's 8
  * strongest peaks named (a lamp other than the list's); 11027 too few lines
  * for the parameters left free; 11100 the fit did not converge; 11022 when
  * memory runs out. */

@@ -17,13 +17,18 @@ constexpr double kEdgePixels = 3.0;
 // Only the strongest peaks vote on the placement (noise and faint lines
 // add coincidences, not evidence).
 constexpr size_t kVotingPeaks = 40;
+// Half the window of the Gaussian that refines each peak's center: about
+// three widths of the broadest lines expected.
+constexpr double kPeakWindow = 4.5;
 constexpr int kPlacements = 12;
 // A neighbour this much weaker than a line moves its peak too little to
 // matter; a stronger one makes the pair a blend.
 constexpr double kBlendIntensityRatio = 0.01;
-// Of a spectrum's strongest peaks, at least this share must be named.
+// Of a spectrum's 8 strongest peaks at least 3 must be named: a lamp may
+// show strong unknown lines, but a list that explains none of the strongest
+// peaks is the wrong lamp's.
 constexpr size_t kStrongPeaks = 8;
-constexpr double kStrongPeakShare = 0.5;
+constexpr double kStrongPeakShare = 3.0 / 8.0;
 
 struct Candidate {
   double offset = 0.0;  // nominal pixel - center of the active range
@@ -259,13 +264,25 @@ NqeErrorCode AutoCalibrate(const SpectrographModel& model,
     if (spectra[j].count != pixels || pixels < 1) return NqePixelCountMismatch;
     NqeErrorCode code = w.nominal.Set(model, nominal, spectra[j].center);
     if (code != NqeSuccess) return code;
-    for (const LinePeak& peak : FindLinePeaks(
-             spectra[j].counts, spectra[j].count, options.thresholdPercent)) {
-      if (peak.pixel > 0.5 + kEdgePixels &&
-          peak.pixel < lastPixel - kEdgePixels) {
-        w.peaks.push_back(peak);
-        w.peakPixels.push_back(peak.pixel);
+    const std::vector<LinePeak> found = FindLinePeaks(
+        spectra[j].counts, spectra[j].count, options.thresholdPercent);
+    for (size_t i = 0; i < found.size(); ++i) {
+      LinePeak peak = found[i];
+      if (!(peak.pixel > 0.5 + kEdgePixels &&
+            peak.pixel < lastPixel - kEdgePixels)) {
+        continue;
       }
+      // The fit window stops halfway to the neighbouring peaks.
+      double window = kPeakWindow;
+      if (i > 0)
+        window = std::min(window, 0.5 * (peak.pixel - found[i - 1].pixel));
+      if (i + 1 < found.size()) {
+        window = std::min(window, 0.5 * (found[i + 1].pixel - peak.pixel));
+      }
+      peak.pixel =
+          RefinePeak(spectra[j].counts, spectra[j].count, peak.pixel, window);
+      w.peaks.push_back(peak);
+      w.peakPixels.push_back(peak.pixel);
     }
     result->peaks.push_back(static_cast<int32_t>(w.peaks.size()));
     if (w.peaks.size() < 3) return NqeAutocalTooFewPeaks;

@@ -30,7 +30,11 @@ struct AutocalOptions {
   double thresholdPercent = 1.0;  // peak search threshold
   double matchPixels = 0.5;       // a named line lies this close to the model
   int32_t minLines = 5;           // fewer named lines in all: no calibration
-  uint32_t fixed = 0;             // GratingFitFixed bits held at nominal values
+  // Held at the nominal values (GratingFitFixed bits). The inclusion angle
+  // by default: across one detector it trades almost exactly against the
+  // focal length and the detector angle, so the lines cannot pin it down,
+  // and it is the best known constant of a spectrograph.
+  uint32_t fixed = kFixInclusionAngle;
 };
 
 struct IdentifiedLine {
@@ -57,8 +61,8 @@ struct AutocalResult {
 // out of range; 11065 a center the grating cannot reach; 11120 a spectrum
 // with fewer than 3 peaks, or fewer peaks in all than minLines; 11121 no
 // placement of the lines explains the peaks (fewer than minLines lines, a
-// spectrum with fewer than 2, or most of a spectrum's strongest peaks left
-// unnamed); the grating fit's codes (11027, 11100). failedSpectrum names
+// spectrum with fewer than 2, or fewer than 3 of a spectrum's 8
+// strongest peaks named); the grating fit's codes (11027, 11100). failedSpectrum names
 // the spectrum of an 11019, 11065, 11120 or 11121 where there is one.
 NqeErrorCode AutoCalibrate(const SpectrographModel& model,
                            std::span<const AutocalSpectrum> spectra,

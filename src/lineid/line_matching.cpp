@@ -34,6 +34,53 @@ std::vector<LinePeak> FindLinePeaks(const double* counts, int32_t count,
   return peaks;
 }
 
+double RefinePeak(const double* counts, int32_t count, double pixel,
+                  double halfWindow) {
+  const auto first =
+      std::max<int64_t>(1, static_cast<int64_t>(std::ceil(pixel - halfWindow)));
+  const auto last = std::min<int64_t>(
+      count, static_cast<int64_t>(std::floor(pixel + halfWindow)));
+  if (last - first < 4) return pixel;
+  // Parameters: baseline, amplitude, center, width.
+  double p[4] = {std::min(counts[first - 1], counts[last - 1]), 0.0, pixel,
+                 1.0};
+  p[1] = counts[std::lround(pixel) - 1] - p[0];
+  for (int iteration = 0; iteration < 12; ++iteration) {
+    double a[4][5] = {};
+    for (int64_t k = first; k <= last; ++k) {
+      const double u = (k - p[2]) / p[3];
+      const double g = std::exp(-0.5 * u * u);
+      const double j[4] = {1.0, g, p[1] * g * u / p[3],
+                           p[1] * g * u * u / p[3]};
+      const double r = counts[k - 1] - (p[0] + p[1] * g);
+      for (int row = 0; row < 4; ++row) {
+        for (int col = 0; col < 4; ++col) a[row][col] += j[row] * j[col];
+        a[row][4] += j[row] * r;
+      }
+    }
+    for (int col = 0; col < 4; ++col) {
+      if (!(std::fabs(a[col][col]) > 0.0)) return pixel;
+      for (int row = 0; row < 4; ++row) {
+        if (row == col) continue;
+        const double f = a[row][col] / a[col][col];
+        for (int c = col; c < 5; ++c) a[row][c] -= f * a[col][c];
+      }
+    }
+    double step = 0.0;
+    for (int row = 0; row < 4; ++row) {
+      const double d = a[row][4] / a[row][row];
+      p[row] += d;
+      if (row == 2) step = std::fabs(d);
+    }
+    if (!(p[3] > 0.2 && p[3] < halfWindow && p[1] > 0.0) ||
+        !(std::fabs(p[2] - pixel) < 1.0)) {
+      return pixel;
+    }
+    if (step < 1e-6) break;
+  }
+  return p[2];
+}
+
 std::vector<Placement> SearchPlacements(std::span<const double> peaks,
                                         std::span<const double> lines,
                                         double maxShift, double scaleTolerance,

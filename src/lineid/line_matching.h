@@ -20,6 +20,13 @@ struct LinePeak {
 std::vector<LinePeak> FindLinePeaks(const double* counts, int32_t count,
                                     double thresholdPercent);
 
+// The peak's center from a least-squares Gaussian on a constant baseline
+// over the samples within `halfWindow` pixels of `pixel`: symmetric, so the
+// profile's sampling does not pull it. The given pixel when the fit fails
+// or moves by more than a pixel.
+double RefinePeak(const double* counts, int32_t count, double pixel,
+                  double halfWindow);
+
 // A placement of the predicted pixels: measured = center + shift +
 // scale * (predicted - center), as offsets from the center pixel.
 struct Placement {

@@ -16,10 +16,10 @@
 
 namespace kvx_test {
 
-// The example instrument: 300 g/mm, f 320 mm, inclusion 30 deg, 2048
-// pixels of 13.5 um (about 0.14 nm per pixel, 290 nm across).
+// The example instrument: 600 g/mm, f 320 mm, inclusion 30 deg, 2048
+// pixels of 13.5 um (about 0.07 nm per pixel, 135 nm across).
 struct Optics {
-  double grooves = 300.0, focal = 320.0, inclusion = 30.0, detector = 0.0;
+  double grooves = 600.0, focal = 320.0, inclusion = 30.0, detector = 0.0;
   double pixelUm = 13.5;
   int pixels = 2048;
 };
@@ -60,23 +60,30 @@ struct LampSpectrum {
   std::vector<TrueLine> lines;
 };
 
-// `nominal` is what the host believes; the truth differs from it by up to
-// `dispersionOff` in focal length, half a degree in detector angle and
-// `shiftPixels` in center.
-inline LampSpectrum MakeLampSpectrum(const Optics& nominal, double center,
-                                     const std::vector<KvxLampLine>& list,
-                                     unsigned seed, double dispersionOff = 0.03,
+// The true optics of an instrument the host believes to be `nominal`: the
+// focal length (so the dispersion) up to `dispersionOff` away, the detector
+// angle up to half a degree.
+inline Optics TrueOptics(const Optics& nominal, unsigned seed, double dispersionOff = 0.03) {
+  std::mt19937_64 rng(seed * 7919u + 1u);
+  Optics truth = nominal;
+  truth.focal *= 1.0 + std::uniform_real_distribution<double>(-dispersionOff, dispersionOff)(rng);
+  truth.detector += std::uniform_real_distribution<double>(-0.5, 0.5)(rng);
+  return truth;
+}
+
+// A spectrum taken with the grating set for `center`: the real center is
+// up to `shiftPixels` pixels off.
+inline LampSpectrum MakeLampSpectrum(const Optics& truth, double center,
+                                     const std::vector<KvxLampLine>& list, unsigned seed,
                                      double shiftPixels = 30.0) {
   std::mt19937_64 rng(seed);
   auto uniform = [&](double a, double b) {
     return std::uniform_real_distribution<double>(a, b)(rng);
   };
   LampSpectrum s;
-  s.truth = nominal;
-  s.truth.focal *= 1.0 + uniform(-dispersionOff, dispersionOff);
-  s.truth.detector += uniform(-0.5, 0.5);
-  const double perPixel = TrueWavelength(nominal, center, s.truth.pixels * 0.5 + 1) -
-                          TrueWavelength(nominal, center, s.truth.pixels * 0.5);
+  s.truth = truth;
+  const double perPixel = TrueWavelength(truth, center, truth.pixels * 0.5 + 1) -
+                          TrueWavelength(truth, center, truth.pixels * 0.5);
   s.trueCenter = center + uniform(-shiftPixels, shiftPixels) * perPixel;
   s.fwhm = uniform(2.0, 3.0);
   const double sigma = s.fwhm / 2.354820045;
