@@ -189,6 +189,11 @@ const std::vector<Row>& Rows() {
       R(104, CalibValidateTargetData, true, CalibValidateTargetData(h)),
       R(105, CalibValidateXScanPattern, false, CalibValidateXScanPattern(h, reinterpret_cast<X_ROI*>(s.bytes), 0, 0, 1024)),
       R(106, KvxFreeSPECalibrationTable, false, KvxFreeSPECalibrationTable(s.bytes, sizeof(SpeCalibrationBlock))),
+      R(115, KvxGetLampLines, false, KvxGetLampLines(nullptr, "Ne", nullptr, 0, &s.l)),
+      R(116, KvxInitAutocalOptions, false, KvxInitAutocalOptions(reinterpret_cast<KvxAutocalOptions*>(s.bytes))),
+      R(117, KvxAutoCalibrate, true, KvxAutoCalibrate(h, reinterpret_cast<KvxAutocalSpectrum*>(s.bytes), 0, reinterpret_cast<KvxLampLine*>(s.bytes + 512), 0, nullptr, reinterpret_cast<KvxAutocalResult*>(s.bytes + 1024), nullptr, 0)),
+      R(118, KvxAutocalWavelengths, true, KvxAutocalWavelengths(h, reinterpret_cast<KvxAutocalResult*>(s.bytes), 500.0, s.d, 1)),
+      R(119, KvxInstallAutocal, true, KvxInstallAutocal(h, reinterpret_cast<KvxAutocalResult*>(s.bytes))),
       // clang-format on
   };
   return rows;
