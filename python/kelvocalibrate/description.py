@@ -113,6 +113,15 @@ def parse_description(data: dict[str, Any], path: str = "<description>") -> Desc
                 raise DescriptionError(f"{path}: table [{table}] is missing")
             continue
         if key not in section:
+            stem = key.rsplit("_", 1)[0] + "_"
+            other = [k for k in section if k.startswith(stem) and k != key]
+            if other:
+                # The unit is part of the key: a value in another unit is
+                # not converted silently.
+                raise DescriptionError(
+                    f"{path}: [{table}] {other[0]} = {section[other[0]]!r}: unit not supported, "
+                    f"give {key} instead"
+                )
             if required:
                 raise DescriptionError(f"{path}: [{table}] {key} is missing")
             continue

@@ -27,8 +27,12 @@ def _figure(panels: int, heights: Sequence[int] | None = None) -> tuple[Any, lis
 
 def _save(fig: Any, path: str) -> None:
     fmt = os.path.splitext(path)[1].lower().lstrip(".")
+    import matplotlib  # noqa: PLC0415
+
     try:
-        fig.savefig(path, format=fmt, dpi=110)
+        # Text stays text in SVG files (searchable, editable).
+        with matplotlib.rc_context({"svg.fonttype": "none"}):
+            fig.savefig(path, format=fmt, dpi=110)
     except OSError as exc:
         raise CliError(f"{path}: cannot write the plot ({exc.strerror})") from None
 
