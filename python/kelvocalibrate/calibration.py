@@ -53,12 +53,17 @@ class Calibration(
             self._lib.CalibDestroy(handle.value)
         check(code, "CalibCreate")
         self._handle = handle.value
-        self.mode = Mode(mode)
 
     @classmethod
     def automatic(cls) -> "Calibration":
         """A new automatic object (with a spectrograph model)."""
         return cls(Mode.AUTOMATIC)
+
+    @property
+    def mode(self) -> Mode:
+        """Manual or automatic (a copy from an automatic object makes this
+        one automatic)."""
+        return Mode(int(self.get_param(1)))
 
     @property
     def closed(self) -> bool:
@@ -93,8 +98,9 @@ class Calibration(
             pass
 
     def __repr__(self) -> str:
-        state = "closed" if self.closed else f"handle 0x{self._handle:08X}"
-        return f"<Calibration {self.mode.name.lower()} {state}>"
+        if self._handle is None:
+            return "<Calibration closed>"
+        return f"<Calibration {self.mode.name.lower()} handle 0x{self._handle:08X}>"
 
 
 def device_count() -> int:

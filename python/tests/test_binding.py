@@ -259,3 +259,52 @@ def test_scalar_calls_work_without_numpy(manual, monkeypatch):
     assert manual.pixel_axis() == [400.5, 401.0, 401.5, 402.0]
     assert manual.pixel_to_value([2.0, 4.0]) == [401.0, 402.0]
     assert manual.value_to_pixel(401.0) == 2.0
+
+
+def test_module_identity_and_version():
+    assert kc.device_count() == 200
+    assert kc.device_id() == ("Calibration", 0x08000000, 8)
+    assert kc.version() is None  # the module reports no version
+
+
+def test_drive_value_slope_and_calibration_from_the_model(instrument):
+    # slope (0 + 1) * 1.0005 / 1 - 1 = 0.0005; drive = 1.0005 x 546.07 with
+    # no center offset.
+    instrument.calc_slope_adjust(1.0, 1.0005)
+    assert instrument.drive_value(546.07) == pytest.approx(1.0005 * 546.07, rel=1e-12)
+    instrument.set_center(500.0)
+    instrument.calibration_from_model()
+    data = instrument.calibration
+    assert (data.order, data.point_count) == (4, 5)
+    assert instrument.pixel_to_value(700.0) == pytest.approx(511.2832735397793, abs=1e-6)
+
+
+def test_exit_mirror_is_added_once_and_copies_make_automatic_objects(instrument, manual):
+    manual.copy_from(instrument)
+    assert manual.mode == kc.Mode.AUTOMATIC
+    with pytest.raises(kc.errors.NoExitMirror):
+        instrument.set_exit_port(1)
+    instrument.add_exit_mirror()
+    with pytest.raises(kc.errors.ExitMirrorPresent):
+        instrument.add_exit_mirror()
+    instrument.set_exit_port(1)
+    assert instrument.get_param("grating_name") == "1200 g/mm"
+
+
+def test_calibrations_and_regions_are_kept_by_id(manual):
+    manual.load_detector(1024)
+    first = manual.active_calibration_id
+    second = manual.add_calibration(kc.CalibrationData(input_unit=kc.Unit.OFFSET_FACTOR, offset=400.0,
+                                                       factor=0.1))
+    manual.active_calibration_id = second
+    assert manual.data_point_to_value(100.0) == 410.0
+    manual.active_calibration_id = first
+    manual.remove_calibration(second)  # the last of the list: no code
+    with pytest.raises(kc.errors.CalibrationNotFound):
+        manual.active_calibration_id = second
+    manual.add_region(kc.Region(1, 100, 2, 5))
+    assert (manual.region(5), manual.region_count) == (kc.Region(1, 100, 2, 5), 1)
+    with pytest.raises(kc.errors.BadRegionShape):
+        manual.validate_regions([kc.Region(1, 100, 3)], 1024)  # 100 is no multiple of 3
+    manual.delete_regions()
+    assert manual.regions == []
