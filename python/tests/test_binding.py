@@ -180,6 +180,13 @@ def test_glue_rebins_and_crossfades_each_frame():
         assert glued.data[1] == pytest.approx([10 * v for v in GLUED], rel=1e-9)
         single = cal.glue([a[0], b[0]], axes)  # range and step as stored
         assert single.data == pytest.approx(GLUED, rel=1e-9)
+        with cal.incremental_glue() as inc:  # block by block: the same
+            inc.add(a[0], axes[0])
+            inc.add(list(b[0]), list(axes[1]))
+            assert list(inc.axis) == list(range(11))
+            assert inc.data == pytest.approx(GLUED, rel=1e-9)
+        with pytest.raises(kc.errors.GlueNotInitialized):
+            inc.add(a[0], axes[0])
 
 
 def test_spe_block_carries_the_calibration_and_regions(manual):
