@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import ctypes
+import struct
 from dataclasses import dataclass, field
 
 from . import _records as R
@@ -80,8 +81,6 @@ class SpeCalibration:
         if self.table:
             keep = (ctypes.c_double * len(self.table))(*self.table)
             fmt = "<Q" if R.PTR64 else "<I"
-            import struct  # noqa: PLC0415
-
             struct.pack_into(fmt, block.bytes, block.TABLE, ctypes.addressof(keep))
             block.set("tableLength", len(self.table))
         return block, keep

@@ -71,7 +71,7 @@ def main(argv: Sequence[str] | None = None) -> int:
     except (CliError, DescriptionError, ModuleNotFound) as exc:
         print(f"{prog}: error: {exc}", file=sys.stderr)
         return 1
-    except KelvoError as exc:
+    except (KelvoError, ValueError) as exc:  # values the package refused
         print(f"{prog}: error: {exc}", file=sys.stderr)
         return 1
     except KeyboardInterrupt:

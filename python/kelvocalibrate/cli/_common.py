@@ -5,11 +5,14 @@ from __future__ import annotations
 
 import argparse
 import configparser
+import contextlib
 import json
 import math
 import os
 from dataclasses import dataclass, field
-from typing import Any, Callable
+from typing import Any, Callable, Iterator
+
+from ..errors import KelvoError
 
 
 class CliError(Exception):
@@ -33,6 +36,16 @@ class Command:
     help: str
     add_arguments: Callable[[argparse.ArgumentParser], None]
     run: Callable[[argparse.Namespace], Report]
+
+
+@contextlib.contextmanager
+def about(subject: str) -> Iterator[None]:
+    """Reports a code of the module as a one-line error about ``subject``
+    (the file or the values the user gave)."""
+    try:
+        yield
+    except KelvoError as exc:
+        raise CliError(f"{subject}: {exc.message} ({exc.name}, {exc.code})") from None
 
 
 def finite_float(text: str) -> float:

@@ -7,7 +7,7 @@ import os
 
 from ..description import load_description
 from . import plots
-from ._common import Command, Report, add_common, positive_float, write_csv
+from ._common import Command, Report, about, add_common, positive_float, write_csv
 
 
 def add_arguments(p: argparse.ArgumentParser) -> None:
@@ -31,7 +31,7 @@ def dispersion(values: list[float]) -> list[float]:
 
 def run(args: argparse.Namespace) -> Report:
     desc = load_description(args.description)
-    with desc.open() as cal:
+    with about(f"{args.description}, center {args.center:g} nm"), desc.open() as cal:
         cal.set_center(args.center)
         wavelengths = [float(v) for v in cal.model_pixel_axis(desc.pixels)]
         center_resolution = cal.center_resolution()

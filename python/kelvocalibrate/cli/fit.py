@@ -10,7 +10,7 @@ from ..calibfile import load_points
 from ..calibration import Calibration
 from ..units import UNIT_NAMES, Unit, convert
 from . import plots
-from ._common import CliError, Command, Report, add_common, check_calib_file, finite_float, positive_int
+from ._common import CliError, Command, Report, about, add_common, check_calib_file, finite_float, positive_int
 
 UNIT_LABELS = {
     Unit.NANOMETERS: "Wavelength, nm",
@@ -58,7 +58,7 @@ def run(args: argparse.Namespace) -> Report:
     pixels = args.pixels or _default_pixels(max(p.pixel for p in points))
     if max(p.pixel for p in points) > pixels:
         raise CliError(f"{path}: a point lies beyond pixel {pixels} (--pixels)")
-    with Calibration() as cal:
+    with Calibration() as cal, about(path):
         cal.load_detector(pixels)
         data = cal.load_calib_file(path, args.segment, 0.0, args.laser or 0.0)
         coefficients = list(data.coefficients[: data.order + 1])

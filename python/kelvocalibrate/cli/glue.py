@@ -8,7 +8,7 @@ import os
 
 from ..description import load_description
 from . import plots
-from ._common import CliError, Command, Report, add_common, positive_float, read_spectrum, write_csv
+from ._common import CliError, Command, Report, about, add_common, positive_float, read_spectrum, write_csv
 
 CENTER_KEYS = ("center_nm", "center")
 
@@ -51,7 +51,7 @@ def run(args: argparse.Namespace) -> Report:
         if len(s.counts) != desc.pixels:
             raise CliError(f"{s.path}: {len(s.counts)} samples, but the detector has {desc.pixels} pixels")
     centers = args.centers or [_center(s.path, s.meta) for s in spectra]
-    with desc.open() as cal:
+    with about(args.description), desc.open() as cal:
         axes = []
         for s, center in zip(spectra, centers):
             if s.x_name == "wavelength_nm" and s.x is not None:

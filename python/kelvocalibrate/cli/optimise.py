@@ -6,7 +6,7 @@ import argparse
 import os
 
 from ..description import load_description
-from ._common import Command, Report, add_common, positive_float
+from ._common import Command, Report, about, add_common, positive_float
 
 ROWS = (
     ("focal_length_mm", "focal length (mm)", "{:.4f}"),
@@ -28,7 +28,7 @@ def add_arguments(p: argparse.ArgumentParser) -> None:
 
 def run(args: argparse.Namespace) -> Report:
     desc = load_description(args.description)
-    with desc.open() as cal:
+    with about(args.description), desc.open() as cal:
         cal.calc_dispersion_targets(*args.lines)
         targets = []
         for slot, pixel in enumerate(args.cursors, 1):

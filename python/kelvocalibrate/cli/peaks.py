@@ -8,7 +8,7 @@ from typing import Sequence
 
 from ..calibration import Calibration
 from . import plots
-from ._common import CliError, Command, Report, add_common, check_calib_file, positive_int, read_spectrum
+from ._common import CliError, Command, Report, about, add_common, check_calib_file, positive_int, read_spectrum
 
 
 def add_arguments(p: argparse.ArgumentParser) -> None:
@@ -33,7 +33,7 @@ def run(args: argparse.Namespace) -> Report:
         raise CliError(f"{args.spectrum}: {len(counts)} samples; a peak search needs at least 3")
     if args.cal:
         check_calib_file(args.cal, args.segment)
-    with Calibration() as cal:
+    with Calibration() as cal, about(args.cal or args.spectrum):
         cal.load_detector(len(counts))
         if args.cal:
             cal.load_calib_file(args.cal, args.segment)

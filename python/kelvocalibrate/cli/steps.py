@@ -6,7 +6,7 @@ import argparse
 import os
 
 from ..description import load_description
-from ._common import CliError, Command, Report, add_common, finite_float, positive_float
+from ._common import CliError, Command, Report, about, add_common, finite_float, positive_float
 
 
 def add_arguments(p: argparse.ArgumentParser) -> None:
@@ -21,7 +21,8 @@ def run(args: argparse.Namespace) -> Report:
     if args.overlap < 0:
         raise CliError(f"--overlap {args.overlap:g}: must not be negative")
     desc = load_description(args.description)
-    with desc.open() as cal:
+    subject = f"{args.description}, {args.start:g}-{args.end:g} nm with {args.overlap:g} nm overlap"
+    with about(subject), desc.open() as cal:
         centers = [float(c) for c in cal.step_centers(args.start, args.end, args.overlap)]
         covers = []
         for c in centers:
