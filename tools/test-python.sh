@@ -15,7 +15,7 @@ cd "$KVX_ROOT"
 source "$KVX_ROOT/tools/packages.sh"
 
 kvx_ensure_packages python3 python3-numpy python3-matplotlib python3-pytest \
-  python3-setuptools python3-venv python3-pip gcc
+  python3-setuptools python3-venv gcc
 
 PY=/usr/bin/python3
 MODULE="$KVX_ROOT/build/KelvoCalibrate.kvx"

@@ -315,3 +315,13 @@ def test_calibrations_and_regions_are_kept_by_id(manual):
         manual.validate_regions([kc.Region(1, 100, 3)], 1024)  # 100 is no multiple of 3
     manual.delete_regions()
     assert manual.regions == []
+
+
+def test_module_is_found_through_the_variable_first(monkeypatch, tmp_path):
+    from kelvocalibrate import _native
+
+    monkeypatch.setenv("KELVO_MODULE", str(tmp_path / "elsewhere.kvx"))
+    with pytest.raises(kc.ModuleNotFound, match="elsewhere.kvx"):
+        kc.find_module()
+    monkeypatch.delenv("KELVO_MODULE")
+    assert kc.find_module() == _native.candidate_paths()[-1] == ROOT / "build" / "KelvoCalibrate.kvx"
