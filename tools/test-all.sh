@@ -5,6 +5,7 @@
 #   build-x86/    32-bit Linux (-m32): all tests
 #   build-asan/   native with AddressSanitizer + UndefinedBehaviorSanitizer
 #   build-bench/  the benchmarks compile (Release)
+#   python/       the Python package and kelvo, against build/'s module
 # Installs missing Debian packages first (as root). Ends with the line
 # "N passed, M failed" over all configurations and exits non-zero on any
 # failure.
@@ -139,6 +140,15 @@ if build_config build "" -DCMAKE_BUILD_TYPE=Debug -DKVX_BUILD_TESTS=ON \
   run_ctest build
 else
   fail "build: build"
+fi
+
+# The Python package and the kelvo command, against the native module.
+if step "python: kelvocalibrate and kelvo" build/logs/python.log \
+  bash tools/test-python.sh; then
+  tail -n 1 build/logs/python.log
+  pass
+else
+  fail "python: kelvocalibrate and kelvo (see build/logs/python.log)"
 fi
 
 if build_config build-x86 "" -DCMAKE_BUILD_TYPE=Debug -DKVX_BUILD_TESTS=ON \
