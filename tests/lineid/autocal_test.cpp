@@ -4,6 +4,7 @@
 
 #include <cmath>
 #include <cstring>
+#include <fstream>
 #include <string>
 #include <vector>
 
@@ -223,6 +224,73 @@ TEST(AutoCalibration, FailuresSayWhy) {
     const Outcome run = Calibrate(h, {c.spectrum}, {800}, *c.list);
     EXPECT_EQ(run.code, c.code);
     EXPECT_EQ(run.result.failedSpectrum, c.failedSpectrum);
+  }
+}
+
+// Lamp lists: the built-in one by element (counts of examples/lamp-lines.csv
+// by `grep -c "^Ne I,"` and so on), and a user's file in the same format.
+TEST(LampLines, ElementsAndUserListsAreSelected) {
+  const std::string dir = ::testing::TempDir();
+  const struct {
+    std::string text;  // empty: the built-in list
+    const char* elements;
+    KvxULong code;
+    KvxLong count;
+  } cases[] = {{"", "Ne", 0, 43},           {"", "Hg+Ar", 0, 20},
+               {"", " hg, AR ", 0, 20},     {"", "", 0, 88},
+               {"", "Kr;Cd", 0, 25},        {"", "Xe", NqeLampListUnreadable, -1},
+               {"# mine\nelement,air_wavelength_nm,relative_intensity\nXe I,823.16,5\n"
+                "Xe I,828.01,2\nNe I,640.2248,1\n",
+                "xe", 0, 2},
+               {"element,nm,i\nXe I,abc,1\n", "", NqeLampListUnreadable, -1},
+               {"Xe I,823.16\n", "", NqeLampListUnreadable, -1},
+               {"# nothing\n", "", NqeLampListUnreadable, -1}};
+  for (const auto& c : cases) {
+    const std::string path = dir + "kvx-lamp-lines.csv";
+    std::ofstream(path) << c.text;
+    KvxLampLine first{};
+    KvxLong count = -1;
+    EXPECT_EQ(KvxGetLampLines(c.text.empty() ? nullptr : path.c_str(), c.elements, &first, 1,
+                              &count),
+              c.code)
+        << c.elements;
+    EXPECT_EQ(count, c.count) << c.elements;
+    if (c.text.size() > 20 && c.code == 0) {
+      EXPECT_EQ(first.wavelength, 823.16);
+      EXPECT_STREQ(first.element, "Xe");
+    }
+  }
+  KvxLong count = 0;
+  EXPECT_EQ(KvxGetLampLines("/nonexistent/kvx.csv", "", nullptr, 0, &count),
+            NqeLampListUnreadable);
+}
+
+// Arguments that cannot be worked on are refused before any search.
+TEST(AutoCalibration, RefusesUnusableArguments) {
+  Instrument h;
+  const std::vector<KvxLampLine> ne = Lamp("Ne");
+  std::vector<double> counts(2048, 1.0);
+  KvxAutocalSpectrum spectrum{};
+  spectrum.counts = counts.data();
+  spectrum.center = 640;
+  KvxAutocalOptions options{}, zeroMatch{};
+  ASSERT_EQ(KvxInitAutocalOptions(&options), 0u);
+  zeroMatch = options;
+  zeroMatch.matchPixels = 0;
+  KvxAutocalResult result{};
+  const struct {
+    KvxLong count;
+    const KvxAutocalOptions* options;
+    KvxAutocalResult* result;
+    KvxULong code;
+  } cases[] = {{1000, &options, &result, NqePixelCountMismatch},
+               {2048, &zeroMatch, &result, NqeBadNumber},
+               {2048, &options, nullptr, NqeNullPointer}};
+  for (const auto& c : cases) {
+    spectrum.count = c.count;
+    EXPECT_EQ(KvxAutoCalibrate(h, &spectrum, 1, ne.data(), static_cast<KvxLong>(ne.size()),
+                               c.options, c.result, nullptr, 0),
+              c.code);
   }
 }
 
