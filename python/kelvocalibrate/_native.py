@@ -149,6 +149,12 @@ EXPORTS: tuple[tuple[str, Any, tuple[Any, ...]], ...] = (
     ("CalibValidateXScanPattern", CODE_CPP, (H, POINTER(R.X_ROI), L, L, L)),
     # extension (ordinal 106)
     ("KvxFreeSPECalibrationTable", CODE_C, (P, L)),
+    # automatic calibration from lamp spectra (records in autocal.py)
+    ("KvxGetLampLines", CODE_C, (S, S, P, L, PL)),
+    ("KvxInitAutocalOptions", CODE_C, (P,)),
+    ("KvxAutoCalibrate", CODE_C, (H, P, L, P, L, P, P, P, L)),
+    ("KvxAutocalWavelengths", CODE_C, (H, P, D, PD, L)),
+    ("KvxInstallAutocal", CODE_C, (H, P)),
 )
 
 # Decorated names of the C++ exports: (g++ on Linux, MSVC on Windows).

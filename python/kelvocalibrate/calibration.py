@@ -6,6 +6,7 @@ import ctypes
 from types import TracebackType
 
 from ._base import Base
+from .autocal import AutocalMixin
 from ._native import native
 from .calibrations import CalibrationsMixin
 from .center import CenterMixin
@@ -30,6 +31,7 @@ class Calibration(
     OptimiseMixin,
     GlueMixin,
     ParametersMixin,
+    AutocalMixin,
     Base,
 ):
     """A calibration object of the module (manual or automatic).

@@ -103,6 +103,10 @@ CODES: tuple[tuple[int, str, str], ...] = (
     (11087, "NqeBadPointWave", "a point's wavelength entry is empty"),
     (11088, "NqeNoPointCount", "the segment has no Number_Points entry"),
     (11089, "NqeNoFileName", "no file name given"),
+    (11100, "NqeFitNotConverged", "a least-squares fit did not converge"),
+    (11120, "NqeAutocalTooFewPeaks", "too few peaks in a lamp spectrum"),
+    (11121, "NqeAutocalNoMatch", "the peaks match no consistent set of lamp lines"),
+    (11122, "NqeLampListUnreadable", "the lamp-line list cannot be read, or names no line of the element"),
 )
 
 

@@ -227,7 +227,8 @@ def test_parameter_errors(manual):
 def test_every_header_code_has_its_exception():
     header = (ROOT / "include" / "KelvoCalibrate.h").read_text()
     codes = {int(v): n for n, v in re.findall(r"(Nqe\w+) = (\d+),?\s*/\*", header) if int(v)}
-    assert len(codes) == 88  # 5002, 5010 and 11000-11089 but four
+    # 5002, 5010 and 11000-11089 but four; extensions from 11100 on
+    assert len([c for c in codes if c < 11100]) == 88
     for code, name in codes.items():
         cls = errors.error_class(code)
         assert (cls.code, cls.name, cls.__name__) == (code, name, name[3:])

@@ -25,6 +25,7 @@ SUBCOMMANDS: tuple[str, ...] = (
     "peaks",
     "glue",
     "optimise",
+    "autocal",
 )
 
 
