@@ -281,6 +281,8 @@ NqeErrorCode AutoCalibrate(const SpectrographModel& model,
       }
       peak.pixel =
           RefinePeak(spectra[j].counts, spectra[j].count, peak.pixel, window);
+      // A peak whose position cannot be trusted names no line.
+      if (std::isnan(peak.pixel)) continue;
       w.peaks.push_back(peak);
       w.peakPixels.push_back(peak.pixel);
     }

@@ -62,8 +62,9 @@ struct AutocalResult {
 // with fewer than 3 peaks, or fewer peaks in all than minLines; 11121 no
 // placement of the lines explains the peaks (fewer than minLines lines, a
 // spectrum with fewer than 2, or fewer than 3 of a spectrum's 8
-// strongest peaks named); the grating fit's codes (11027, 11100). failedSpectrum names
-// the spectrum of an 11019, 11065, 11120 or 11121 where there is one.
+// strongest peaks named); the grating fit's codes (11027, 11100).
+// failedSpectrum names the spectrum of an 11019, 11065, 11120 or 11121 where
+// there is one.
 NqeErrorCode AutoCalibrate(const SpectrographModel& model,
                            std::span<const AutocalSpectrum> spectra,
                            std::span<const LampLine> lamp,

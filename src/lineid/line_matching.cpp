@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "peaks/peak_search.h"
 
@@ -40,12 +41,14 @@ double RefinePeak(const double* counts, int32_t count, double pixel,
       std::max<int64_t>(1, static_cast<int64_t>(std::ceil(pixel - halfWindow)));
   const auto last = std::min<int64_t>(
       count, static_cast<int64_t>(std::floor(pixel + halfWindow)));
-  if (last - first < 4) return pixel;
+  const double failed = std::numeric_limits<double>::quiet_NaN();
+  if (last - first < 4) return failed;
   // Parameters: baseline, amplitude, center, width.
   double p[4] = {std::min(counts[first - 1], counts[last - 1]), 0.0, pixel,
                  1.0};
   p[1] = counts[std::lround(pixel) - 1] - p[0];
-  for (int iteration = 0; iteration < 12; ++iteration) {
+  double step = 1.0;
+  for (int iteration = 0; iteration < 12 && !(step < 1e-6); ++iteration) {
     double a[4][5] = {};
     for (int64_t k = first; k <= last; ++k) {
       const double u = (k - p[2]) / p[3];
@@ -59,14 +62,13 @@ double RefinePeak(const double* counts, int32_t count, double pixel,
       }
     }
     for (int col = 0; col < 4; ++col) {
-      if (!(std::fabs(a[col][col]) > 0.0)) return pixel;
+      if (!(std::fabs(a[col][col]) > 0.0)) return failed;
       for (int row = 0; row < 4; ++row) {
         if (row == col) continue;
         const double f = a[row][col] / a[col][col];
         for (int c = col; c < 5; ++c) a[row][c] -= f * a[col][c];
       }
     }
-    double step = 0.0;
     for (int row = 0; row < 4; ++row) {
       const double d = a[row][4] / a[row][row];
       p[row] += d;
@@ -74,11 +76,11 @@ double RefinePeak(const double* counts, int32_t count, double pixel,
     }
     if (!(p[3] > 0.2 && p[3] < halfWindow && p[1] > 0.0) ||
         !(std::fabs(p[2] - pixel) < 1.0)) {
-      return pixel;
+      return failed;
     }
-    if (step < 1e-6) break;
   }
-  return p[2];
+  // Not settled: a profile the Gaussian does not describe.
+  return step < 1e-6 ? p[2] : failed;
 }
 
 std::vector<Placement> SearchPlacements(std::span<const double> peaks,

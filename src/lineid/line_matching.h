@@ -22,8 +22,9 @@ std::vector<LinePeak> FindLinePeaks(const double* counts, int32_t count,
 
 // The peak's center from a least-squares Gaussian on a constant baseline
 // over the samples within `halfWindow` pixels of `pixel`: symmetric, so the
-// profile's sampling does not pull it. The given pixel when the fit fails
-// or moves by more than a pixel.
+// profile's sampling does not pull it. NaN when the fit fails, does not
+// settle, or moves by a pixel or more: the peak search put the peak where
+// no single line profile is (a weak line on a strong one's tail, a blend).
 double RefinePeak(const double* counts, int32_t count, double pixel,
                   double halfWindow);
 
