@@ -28,6 +28,9 @@ constexpr double kBlendIntensityRatio = 0.01;
 // show strong unknown lines, but a list that explains none of the strongest
 // peaks is the wrong lamp's.
 constexpr size_t kStrongPeaks = 8;
+// A line that the other lines place farther than this from its peak is a
+// coincidence the fit absorbed.
+constexpr double kLeaveOneOutPixels = 2.0;
 constexpr double kStrongPeakShare = 3.0 / 8.0;
 
 struct Candidate {
@@ -232,6 +235,53 @@ NqeErrorCode Fit(const SpectrographModel& model,
   return FitGratingModel(model, lines, centers, options, fit);
 }
 
+// Leave one out: an unknown line at an end of the detector, where no other
+// line pins the curvature of the axis, can take a list line's name and be
+// fitted exactly. The other lines then place that line pixels away. The
+// worst such line goes, and the check runs again, until none is left.
+NqeErrorCode DropUnsupported(const SpectrographModel& model,
+                             std::vector<SpectrumWork>& work, uint32_t fixed,
+                             GratingFitResult* fit) {
+  for (;;) {
+    const std::vector<FitLine> lines = FitLines(work);
+    double worst = kLeaveOneOutPixels;
+    size_t worstIndex = lines.size();
+    for (size_t i = 0; i < lines.size(); ++i) {
+      std::vector<FitLine> others = lines;
+      others.erase(others.begin() + static_cast<std::ptrdiff_t>(i));
+      GratingFitOptions options;
+      options.fixed = FixedFor(others.size(), work.size(), fixed);
+      options.clipSigmas = 0.0;
+      GratingFitResult loo;
+      SpectrumAxis axis;
+      // Lines the others cannot check (the last of a spectrum) stay.
+      if (FitGratingModel(model, others, fit->centers, options, &loo) !=
+              NqeSuccess ||
+          axis.Set(model, loo.optics, loo.centers[lines[i].spectrum]) !=
+              NqeSuccess) {
+        continue;
+      }
+      const double miss =
+          std::fabs(axis.Pixel(lines[i].wavelength) - lines[i].pixel);
+      if (miss > worst) {
+        worst = miss;
+        worstIndex = i;
+      }
+    }
+    if (worstIndex == lines.size()) return NqeSuccess;
+    for (SpectrumWork& w : work) {
+      if (worstIndex < w.matches.size()) {
+        w.matches.erase(w.matches.begin() +
+                        static_cast<std::ptrdiff_t>(worstIndex));
+        break;
+      }
+      worstIndex -= w.matches.size();
+    }
+    const NqeErrorCode code = Fit(model, work, fit->centers, fixed, fit);
+    if (code != NqeSuccess) return code;
+  }
+}
+
 }  // namespace
 
 NqeErrorCode AutoCalibrate(const SpectrographModel& model,
@@ -318,6 +368,9 @@ NqeErrorCode AutoCalibrate(const SpectrographModel& model,
     code = Fit(model, work, fit.centers, options.fixed, &fit);
     if (code != NqeSuccess) return code;
   }
+
+  code = DropUnsupported(model, work, options.fixed, &fit);
+  if (code != NqeSuccess) return code;
 
   // Lines the fit rejected are not named.
   size_t k = 0;
