@@ -67,5 +67,176 @@ INSTANTIATE_TEST_SUITE_P(Instruments, Recovery,
                                                  0.05}),
                          [](const auto& info) { return info.param.name; });
 
+// Nominal start, true instrument and 30 noisy lines in three spectra.
+const Optics kTruth{306.0, 30.5, 1.0};
+const std::vector<double> kTrueCenters{500.6, 559.5, 620.9};
+const std::vector<double> kRequested{500, 560, 620};
+
+TEST(Rejection, WrongLinesAreSetAsideAndDoNotPullTheFit) {
+  Instrument h;
+  auto lines = Lines(kTruth, kTrueCenters, 10, 0.03, 11);
+  lines[4].wavelength += 0.5;  // a misidentified line, about 14 pixels off
+  lines[17].pixel -= 3.0;      // a blend found 3 pixels off
+  const Fit r = FitLines(h, lines, kRequested);
+  ASSERT_EQ(r.code, 0u);
+  EXPECT_EQ(r.fit.linesRejected, 2);
+  EXPECT_EQ(r.fit.linesUsed, 28);
+  for (size_t i = 0; i < lines.size(); ++i) {
+    EXPECT_EQ(r.lines[i].rejected, i == 4 || i == 17 ? 1 : 0) << i;
+  }
+  EXPECT_NEAR(r.lines[4].residual, 0.5, 0.01);
+  // Found 3 pixels low: its wavelength lies 3 pixels' worth above the
+  // model's there.
+  EXPECT_NEAR(r.lines[17].residualPixels, 3.0, 0.1);
+  EXPECT_EQ(r.spectra[0].linesUsed + r.spectra[1].linesUsed, 18);
+  for (size_t s = 0; s < 3; ++s) {
+    EXPECT_LT(
+        WorstPixelError(h, r.fit, r.spectra[s].center, kTruth, kTrueCenters[s]),
+        0.1);
+  }
+  // Without rejection the same lines pull the fit away.
+  const KvxFitOptions keepAll{0, 0, -1.0, 0.0};
+  const Fit pulled = FitLines(h, lines, kRequested, &keepAll);
+  ASSERT_EQ(pulled.code, 0u);
+  EXPECT_EQ(pulled.fit.linesRejected, 0);
+  EXPECT_GT(pulled.fit.rmsPixels, 0.3);
+}
+
+TEST(FixedParameters, HeldParametersKeepTheirStartValuesExactly) {
+  Instrument h;
+  const auto lines = Lines(kTruth, kTrueCenters, 10, 0.03, 5);
+  const KvxLong masks[] = {
+      KVX_FIX_FOCAL_LENGTH, KVX_FIX_INCLUSION_ANGLE, KVX_FIX_DETECTOR_ANGLE,
+      KVX_FIX_INCLUSION_ANGLE | KVX_FIX_DETECTOR_ANGLE, KVX_FIX_CENTERS};
+  for (KvxLong mask : masks) {
+    const KvxFitOptions options{mask, 0, 0.0, 0.0};
+    const Fit r = FitLines(h, lines, kRequested, &options);
+    ASSERT_EQ(r.code, 0u) << mask;
+    const double fitted[] = {r.fit.focalLength, r.fit.inclusionAngle,
+                             r.fit.detectorAngle};
+    const double sigma[] = {r.fit.focalLengthSigma, r.fit.inclusionAngleSigma,
+                            r.fit.detectorAngleSigma};
+    const double start[] = {300.0, 30.0, 0.0};
+    for (int k = 0; k < 3; ++k) {
+      if (mask & (1 << k)) {
+        EXPECT_EQ(fitted[k], start[k]) << mask;
+        EXPECT_EQ(sigma[k], 0.0) << mask;
+      } else {
+        EXPECT_NE(fitted[k], start[k]) << mask;
+        EXPECT_GT(sigma[k], 0.0) << mask;
+      }
+    }
+    for (size_t s = 0; s < 3; ++s) {
+      EXPECT_EQ(r.spectra[s].center == kRequested[s],
+                (mask & KVX_FIX_CENTERS) != 0);
+    }
+  }
+}
+
+// The reported uncertainties agree with the scatter of the fitted values
+// over many noise draws (Monte Carlo, 200 draws: the sample standard
+// deviation of a normal variable is then known to 5 %).
+TEST(Uncertainties, MatchTheScatterOfRepeatedFits) {
+  Instrument h;
+  constexpr int kDraws = 200;
+  double sum[4] = {}, sum2[4] = {}, reported[4] = {};
+  for (int draw = 0; draw < kDraws; ++draw) {
+    const auto lines = Lines(kTruth, kTrueCenters, 10, 0.05, 100 + draw);
+    const Fit r = FitLines(h, lines, kRequested);
+    ASSERT_EQ(r.code, 0u);
+    const double v[4] = {r.fit.focalLength, r.fit.inclusionAngle,
+                         r.fit.detectorAngle, r.spectra[1].center};
+    const double s[4] = {r.fit.focalLengthSigma, r.fit.inclusionAngleSigma,
+                         r.fit.detectorAngleSigma, r.spectra[1].centerSigma};
+    for (int k = 0; k < 4; ++k) {
+      sum[k] += v[k];
+      sum2[k] += v[k] * v[k];
+      reported[k] += s[k] / kDraws;
+    }
+  }
+  for (int k = 0; k < 4; ++k) {
+    const double mean = sum[k] / kDraws;
+    const double scatter =
+        std::sqrt((sum2[k] - kDraws * mean * mean) / (kDraws - 1));
+    EXPECT_NEAR(reported[k] / scatter, 1.0, 0.15) << k;
+  }
+}
+
+TEST(Install, FittedOpticsReproduceTheFitThroughTheHostInterface) {
+  Instrument h;
+  const auto lines = Lines(kTruth, kTrueCenters, 10, 0.03, 3);
+  const Fit r = FitLines(h, lines, kRequested);
+  ASSERT_EQ(r.code, 0u);
+  ASSERT_EQ(KvxInstallFittedOptics(h, &r.fit), 0u);
+  for (size_t s = 0; s < 3; ++s) {
+    ASSERT_EQ(CalibSetCenterWavelength(h, r.spectra[s].center), 0u);
+    std::vector<double> host(kPixels), fitted(kPixels);
+    ASSERT_EQ(CalibCalcCalibPixelArray(h, kPixels, host.data()), NqeSuccess);
+    ASSERT_EQ(KvxFittedWavelengths(h, &r.fit, r.spectra[s].center, kPixels,
+                                   fitted.data()),
+              0u);
+    EXPECT_EQ(host, fitted);  // no center offset: the same computation
+    for (size_t i = 0; i < lines.size(); ++i) {
+      if (lines[i].spectrum != static_cast<KvxLong>(s)) continue;
+      double value = 0.0;
+      ASSERT_EQ(CalibPixelToCalibValue(h, lines[i].pixel, &value), NqeSuccess);
+      EXPECT_DOUBLE_EQ(value, r.lines[i].fitted);
+    }
+  }
+}
+
+struct BadInput {
+  const char* name;
+  void (*spoil)(std::vector<KvxFitLine>&, KvxLong& count, KvxLong& spectra);
+  KvxULong code;
+};
+
+class Refusals : public ::testing::TestWithParam<BadInput> {};
+
+TEST_P(Refusals, BadInputGivesItsCodeAndWritesNothing) {
+  Instrument h;
+  auto lines = Lines(kTruth, {500.6}, 6, 0.0, 1);
+  KvxLong count = 6, spectra = 1;
+  GetParam().spoil(lines, count, spectra);
+  KvxFitSpectrum spectrum[2] = {{500, -7, -7, -7, -7, -7},
+                                {560, -7, -7, -7, -7, -7}};
+  KvxGratingFit fit{};
+  fit.focalLength = -7;
+  EXPECT_EQ(KvxFitGratingModel(h, lines.data(), count, spectrum, spectra,
+                               nullptr, &fit, nullptr),
+            GetParam().code);
+  EXPECT_EQ(fit.focalLength, -7);
+  EXPECT_EQ(spectrum[0].center, -7);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lines, Refusals,
+    ::testing::Values(
+        BadInput{"TwoLines", [](auto&, KvxLong& n, KvxLong&) { n = 2; },
+                 NqeTooFewCalibrationPoints},
+        BadInput{"NoSpectrum", [](auto&, KvxLong&, KvxLong& s) { s = 0; },
+                 NqeBadNumber},
+        BadInput{"SpectrumIndexBeyondTheSpectra",
+                 [](auto& l, KvxLong&, KvxLong&) { l[2].spectrum = 1; },
+                 NqeBadNumber},
+        BadInput{"SpectrumWithoutLines",
+                 [](auto&, KvxLong&, KvxLong& s) { s = 2; },
+                 NqeTooFewCalibrationPoints},
+        BadInput{"PixelBelowTheDetector",
+                 [](auto& l, KvxLong&, KvxLong&) { l[0].pixel = 0.4; },
+                 NqePointOutOfRange},
+        BadInput{"PixelNotANumber",
+                 [](auto& l, KvxLong&, KvxLong&) { l[0].pixel = NAN; },
+                 NqePointOutOfRange},
+        BadInput{"WavelengthBeyondTheGrating",
+                 [](auto& l, KvxLong&, KvxLong&) { l[1].wavelength = 2000; },
+                 NqeWavelengthUnreachable},
+        BadInput{"FewerLinesThanParameters",
+                 [](auto& l, KvxLong& n, KvxLong& s) {
+                   s = 2, n = 4, l[3].spectrum = 1;
+                 },
+                 NqeTooFewCalibrationPoints}),
+    [](const auto& info) { return info.param.name; });
+
 }  // namespace
 }  // namespace kvx_fit_test
