@@ -50,18 +50,19 @@ inline double Inverse(const Optics& o, double center, double wavelength) {
   return x / (kPixelUm * 1e-3) + kCenterPixel;
 }
 
-// Lines spread at random over pixels 40..2008 of each spectrum, their
+// Lines spread at random over pixels first..last of each spectrum, their
 // pixels disturbed by Gaussian noise.
 inline std::vector<KvxFitLine> Lines(const Optics& truth,
                                      const std::vector<double>& centers,
                                      int perSpectrum, double noisePixels,
-                                     unsigned seed) {
+                                     unsigned seed, double first = 40.0,
+                                     double last = 2008.0) {
   std::mt19937 rng(seed);
   std::normal_distribution<double> noise(0.0, noisePixels);
   std::vector<KvxFitLine> lines;
   for (size_t s = 0; s < centers.size(); ++s) {
     std::uniform_real_distribution<double> where(
-        Forward(truth, centers[s], 40.0), Forward(truth, centers[s], 2008.0));
+        Forward(truth, centers[s], first), Forward(truth, centers[s], last));
     for (int k = 0; k < perSpectrum; ++k) {
       const double wavelength = where(rng);
       lines.push_back({Inverse(truth, centers[s], wavelength) + noise(rng),
