@@ -73,12 +73,14 @@ inline std::vector<KvxFitLine> Lines(const Optics& truth,
 }
 
 // An automatic object holding the nominal instrument.
+// `offset`: the grating's center pixel offset (pixels).
 struct Instrument : kvx_test::Handle {
-  Instrument() : Handle(CalibModeAutomatic) {
+  explicit Instrument(double offset = 0.0) : Handle(CalibModeAutomatic) {
     DetectorRecord d = kvx_detector_test::Detector(kPixels, nullptr, kPixelUm);
     SpectrographRecord s = kvx_hardware_test::Spectrograph(1);
     TurretRecord t = kvx_hardware_test::Turret(1, 1);
     GratingRecord g = kvx_hardware_test::Grating(1, kGroove);
+    g.centerPixelOffset = offset;
     EXPECT_EQ(CalibLoadDetector(*this, &d, sizeof d) +
                   CalibLoadSpectrograph(*this, &s, sizeof s) +
                   CalibLoadTurrets(*this, &t, sizeof t, 1) +

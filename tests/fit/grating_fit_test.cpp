@@ -162,28 +162,49 @@ TEST(Uncertainties, MatchTheScatterOfRepeatedFits) {
   }
 }
 
-TEST(Install, FittedOpticsReproduceTheFitThroughTheHostInterface) {
-  Instrument h;
-  const auto lines = Lines(kTruth, kTrueCenters, 10, 0.03, 3);
+class Install : public ::testing::TestWithParam<double> {};
+
+// With a center pixel offset o the focal-plane center sits at pixel
+// c + o: lines of the fixture's instrument moved by o pixels. The fitted
+// center is the wavelength at the center of the active range (pixel c),
+// o pixels below the focal-plane center; the host reproduces the fit from
+// it through its own effective-center iteration (to 1e-5 nm).
+TEST_P(Install, FittedOpticsReproduceTheFitThroughTheHostInterface) {
+  const double o = GetParam();
+  Instrument h(o);
+  auto lines = Lines(kTruth, kTrueCenters, 10, 0.0, 3);
+  for (auto& line : lines) line.pixel += o;
   const Fit r = FitLines(h, lines, kRequested);
   ASSERT_EQ(r.code, 0u);
   ASSERT_EQ(KvxInstallFittedOptics(h, &r.fit), 0u);
+  // Selecting the grating again copies its optics into the working ones:
+  // the grating holds the fit too.
+  ASSERT_EQ(CalibSelectGrating(h, 1), 0u);
   for (size_t s = 0; s < 3; ++s) {
+    EXPECT_NEAR(r.spectra[s].center,
+                Forward(kTruth, kTrueCenters[s], kCenterPixel - o), 1e-7);
+    EXPECT_NEAR(r.spectra[s].effectiveCenter, kTrueCenters[s], 1e-7);
     ASSERT_EQ(CalibSetCenterWavelength(h, r.spectra[s].center), 0u);
     std::vector<double> host(kPixels), fitted(kPixels);
     ASSERT_EQ(CalibCalcCalibPixelArray(h, kPixels, host.data()), NqeSuccess);
     ASSERT_EQ(KvxFittedWavelengths(h, &r.fit, r.spectra[s].center, kPixels,
                                    fitted.data()),
               0u);
-    EXPECT_EQ(host, fitted);  // no center offset: the same computation
+    for (int p = 0; p < kPixels; p += 97) {
+      EXPECT_NEAR(host[static_cast<size_t>(p)], fitted[static_cast<size_t>(p)],
+                  o == 0 ? 0.0 : 1e-5);
+    }
     for (size_t i = 0; i < lines.size(); ++i) {
       if (lines[i].spectrum != static_cast<KvxLong>(s)) continue;
       double value = 0.0;
       ASSERT_EQ(CalibPixelToCalibValue(h, lines[i].pixel, &value), NqeSuccess);
-      EXPECT_DOUBLE_EQ(value, r.lines[i].fitted);
+      EXPECT_NEAR(value, lines[i].wavelength, 1e-5);
     }
   }
 }
+
+INSTANTIATE_TEST_SUITE_P(CenterPixelOffsets, Install,
+                         ::testing::Values(0.0, 12.0));
 
 struct BadInput {
   const char* name;
