@@ -35,7 +35,7 @@ int example_fit(void) {
   detector.pixelSize = 26.0;
   ok = CalibLoadDetector(h, &detector, sizeof detector) == NqeSuccess &&
        KvxInstallPolynomialTable(h, &fit, &id) == NqeSuccess && id != 0 &&
-       CalibPixelToCalibValue(h, 500.0, &value) == NqeSuccess &&
+       CalibDataPointToCalibValue(h, 500.0, &value) == NqeSuccess &&
        fabs(value - (540.0 + 31.25 - 0.375)) < 1e-9;
   CalibDestroy(h);
   return ok ? 0 : 1;
