@@ -365,8 +365,8 @@ NqeErrorCode FitGratingModel(const SpectrographModel& model,
     if (free > 0) {
       Eigen::LevenbergMarquardt<Problem> solver(problem);
       solver.parameters.maxfev = std::max(options.maxEvaluations, 10);
-      solver.parameters.xtol = 1e-12;
-      solver.parameters.ftol = 1e-12;
+      solver.parameters.xtol = 1e-10;
+      solver.parameters.ftol = 1e-10;
       const auto status = solver.minimize(x);
       if (!Converged(status) || !x.allFinite()) return NqeFitNotConverged;
     }
