@@ -2,11 +2,11 @@
 # Builds every configuration of KelvoCalibrate and runs every test:
 #   build-mingw/  32-bit Windows DLL (MinGW-w64): export-table check, a
 #                 Windows host and the black-box suite under Wine
-#   build/        native x86-64: all tests (the churn test among them), the
-#                 Windows export check, the black-box suite under Valgrind
+#   build/        native x86-64: all tests, the Windows export check, the
+#                 black-box suite under Valgrind
 #   build-x86/    32-bit Linux (-m32): all tests
 #   build-asan/   native with AddressSanitizer + UndefinedBehaviorSanitizer
-#   build-bench/  the benchmarks compile (Release)
+#   build-bench/  the benchmarks compile (Release); the churn test runs
 # Installs missing Debian packages first (as root). Ends with the line
 # "N passed, M failed" over all configurations and exits non-zero on any
 # failure.
@@ -219,6 +219,15 @@ if build_config build-bench kvx_bench -DCMAKE_BUILD_TYPE=Release \
   pass
 else
   fail "build-bench: build"
+fi
+
+# Churn: 10^6 create/use/destroy cycles of both modes on the Release module,
+# the resident memory watched.
+if step "build-bench: churn" build-bench/logs/churn.log tools/test-churn.sh; then
+  grep '^churn: [0-9]' build-bench/logs/churn.log
+  pass
+else
+  fail "build-bench: churn"
 fi
 
 echo
