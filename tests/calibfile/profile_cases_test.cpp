@@ -3,8 +3,7 @@
 // GetPrivateProfileSectionA, elsewhere the library's own reader. Each case
 // is read as the point count of segment 1 (CalibGetNumPoints), so what shows
 // is whether the section has lines, whether a value was delivered and the
-// count parsed from it. Cases of another size, section or key than the
-// exports use are left to the reader's own test.
+// count parsed from it.
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -22,21 +21,21 @@ using kvx_test::kNoFile;
 
 constexpr KvxLong kUnwritten = -7;
 
-template <class Case>
-std::vector<Case> ThroughTheExports(const Case* first, const Case* last,
-                                    bool (*fits)(const Case&)) {
-  std::vector<Case> cases;
-  for (; first != last; ++first)
-    if (fits(*first)) cases.push_back(*first);
-  return cases;
-}
-
+// The cases the exports can express: a buffer of 255 characters and the
+// names of segment 1's point count.
 bool Fits(const kvx_test::StringCase& c) {
   return c.size == 255 && std::strcmp(c.section, kvx_test::kSection) == 0 &&
          std::strcmp(c.key, kvx_test::kKey) == 0;
 }
-
 bool Fits(const kvx_test::SectionCase& c) { return c.size == 255; }
+
+template <class Case, size_t N>
+std::vector<Case> Expressible(const Case (&cases)[N]) {
+  std::vector<Case> fitting;
+  for (const Case& c : cases)
+    if (Fits(c)) fitting.push_back(c);
+  return fitting;
+}
 
 KvxULong NumPoints(const kvx_test::TempDir& dir, const std::string& bytes,
                    KvxLong* count) {
@@ -72,9 +71,7 @@ TEST_P(StringCaseThroughExports, GivesTheCountOfTheDeliveredText) {
 
 INSTANTIATE_TEST_SUITE_P(
     FileCases, StringCaseThroughExports,
-    ::testing::ValuesIn(ThroughTheExports(std::begin(kvx_test::kStringCases),
-                                          std::end(kvx_test::kStringCases),
-                                          &Fits)),
+    ::testing::ValuesIn(Expressible(kvx_test::kStringCases)),
     [](const auto& info) { return std::string(info.param.name); });
 
 class SectionCaseThroughExports
@@ -92,9 +89,7 @@ TEST_P(SectionCaseThroughExports, SegmentIsPresentExactlyWhenItHasLines) {
 
 INSTANTIATE_TEST_SUITE_P(
     FileCases, SectionCaseThroughExports,
-    ::testing::ValuesIn(ThroughTheExports(std::begin(kvx_test::kSectionCases),
-                                          std::end(kvx_test::kSectionCases),
-                                          &Fits)),
+    ::testing::ValuesIn(Expressible(kvx_test::kSectionCases)),
     [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace

@@ -20,7 +20,10 @@ function(kvx_link_module_for_tests target catalogue)
     endif()
   endforeach()
   set(dir ${CMAKE_CURRENT_BINARY_DIR})
-  file(WRITE ${dir}/kvx_cxx_imports.def "${def}")
+  # Rewritten only when it changes, so that a new configure relinks nothing.
+  file(WRITE ${dir}/kvx_cxx_imports.def.new "${def}")
+  configure_file(${dir}/kvx_cxx_imports.def.new ${dir}/kvx_cxx_imports.def
+                 COPYONLY)
   add_custom_command(OUTPUT ${dir}/libkvx_cxx_imports.a
     COMMAND ${KVX_DLLTOOL} -d ${dir}/kvx_cxx_imports.def
             -l ${dir}/libkvx_cxx_imports.a
