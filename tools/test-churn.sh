@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# The churn test: 10^6 cycles, each creating, using through every family of
+# exports and destroying a manual and an automatic object, on the Release
+# build of build-bench/ (configured as tools/bench.sh does); the resident
+# memory after a warm-up and at the end must not differ by more than 1 MiB.
+# Prints cycles/s and both sizes. Arguments: the number of cycles.
+#
+# Environment: KVX_JOBS (parallel jobs, default 2), KVX_SKIP_PACKAGES=1.
+set -euo pipefail
+
+KVX_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
+cd "$KVX_ROOT"
+# shellcheck source=tools/packages.sh
+source "$KVX_ROOT/tools/packages.sh"
+
+kvx_ensure_packages cmake ninja-build g++ libbenchmark-dev
+kvx_configure build-bench -DCMAKE_BUILD_TYPE=Release -DKVX_BUILD_BENCH=ON \
+  -DKVX_BUILD_TESTS=OFF -DKVX_BUILD_TOOLS=OFF -DKVX_SANITIZE=OFF >/dev/null
+cmake --build build-bench -j "${KVX_JOBS:-2}" --target kvx_churn
+exec build-bench/kvx_churn "$@"
