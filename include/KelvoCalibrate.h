@@ -1532,7 +1532,9 @@ typedef struct KVX_ALIGN8 KvxAutocalOptions {
   KvxLong minLines;           /* 40: fewer named lines: no calibration (5) */
   KvxULong fixedMask;         /* 44: held at the nominal values: 1 focal
                                  length, 2 inclusion angle, 4 detector
-                                 angle (0) */
+                                 angle (2: across one detector the
+                                 inclusion angle trades almost exactly
+                                 against the other two) */
 } KvxAutocalOptions;
 
 /* One lamp spectrum, 48 bytes. */
