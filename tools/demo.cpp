@@ -177,5 +177,12 @@ int main(int argc, char** argv) {
           "Single settings read and written by numeric ID, as hosts do for "
           "their settings dialogs.");
   failures += demo::Parameters();
+  Section("Automatic line identification",
+          "The lines of a neon spectrum taken with the grating set for 640 nm "
+          "are named without\nhelp, although the drive missed the center and "
+          "the focal length is 2 % longer than\nthe nominal one; the grating "
+          "model is fitted to them.");
+  failures += demo::AutomaticLineIdentification(std::string(KVX_EXAMPLES_DIR) +
+                                                "/lamp-ne-640nm.csv");
   return failures == 0 ? 0 : 1;
 }

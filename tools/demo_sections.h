@@ -24,5 +24,7 @@ int DispersionOptimisation();
 int SteppedGlue(const std::string& lampFile, const std::string& csvFile);
 // Parameters of an automatic object read and written by ID.
 int Parameters();
+// Lines of a lamp spectrum named and the grating model fitted to them.
+int AutomaticLineIdentification(const std::string& spectrumFile);
 
 }  // namespace demo
