@@ -28,10 +28,10 @@ constexpr double kBlendIntensityRatio = 0.01;
 // show strong unknown lines, but a list that explains none of the strongest
 // peaks is the wrong lamp's.
 constexpr size_t kStrongPeaks = 8;
+constexpr double kStrongPeakShare = 3.0 / 8.0;
 // A line that the other lines place farther than this from its peak is a
 // coincidence the fit absorbed.
 constexpr double kLeaveOneOutPixels = 2.0;
-constexpr double kStrongPeakShare = 3.0 / 8.0;
 
 struct Candidate {
   double offset = 0.0;  // nominal pixel - center of the active range
@@ -40,14 +40,12 @@ struct Candidate {
 
 // Everything known about one spectrum during the identification.
 struct SpectrumWork {
-  const AutocalSpectrum* input = nullptr;
   SpectrumAxis nominal;
   std::vector<LinePeak> peaks;     // by pixel
   std::vector<double> peakPixels;  // the same positions
   std::vector<Candidate> lines;    // usable lines, by nominal pixel
   std::vector<LineMatch> matches;
   PixelMap map;  // nominal offset -> measured pixel
-  double startCenter = 0.0;
 };
 
 bool OptionsValid(const AutocalOptions& o) {
@@ -235,6 +233,19 @@ NqeErrorCode Fit(const SpectrographModel& model,
   return FitGratingModel(model, lines, centers, options, fit);
 }
 
+// Takes the lines the fit rejected out of the matches.
+void KeepAccepted(const GratingFitResult& fit,
+                  std::vector<SpectrumWork>& work) {
+  size_t k = 0;
+  for (SpectrumWork& w : work) {
+    std::vector<LineMatch> kept;
+    for (const LineMatch& m : w.matches) {
+      if (!fit.lines[k++].rejected) kept.push_back(m);
+    }
+    w.matches = std::move(kept);
+  }
+}
+
 // Leave one out: an unknown line at an end of the detector, where no other
 // line pins the curvature of the axis, can take a list line's name and be
 // fitted exactly. The other lines then place that line pixels away. The
@@ -308,7 +319,6 @@ NqeErrorCode AutoCalibrate(const SpectrographModel& model,
   size_t allPeaks = 0;
   for (size_t j = 0; j < spectra.size(); ++j) {
     SpectrumWork& w = work[j];
-    w.input = &spectra[j];
     result->failedSpectrum = static_cast<int32_t>(j);
     if (spectra[j].counts == nullptr) return NqeNullPointer;
     if (spectra[j].count != pixels || pixels < 1) return NqePixelCountMismatch;
@@ -369,9 +379,16 @@ NqeErrorCode AutoCalibrate(const SpectrographModel& model,
     if (code != NqeSuccess) return code;
   }
 
+  if (fit.rejected > 0) {
+    KeepAccepted(fit, work);
+    code = Fit(model, work, fit.centers, options.fixed, &fit);
+    if (code != NqeSuccess) return code;
+  }
   code = DropUnsupported(model, work, options.fixed, &fit);
   if (code != NqeSuccess) return code;
 
+  // The mask of the last fit, over the lines it was given.
+  result->fixed = FixedFor(FitLines(work).size(), work.size(), options.fixed);
   // Lines the fit rejected are not named.
   size_t k = 0;
   for (size_t j = 0; j < work.size(); ++j) {
@@ -393,7 +410,6 @@ NqeErrorCode AutoCalibrate(const SpectrographModel& model,
     }
     w.matches = kept;
   }
-  result->fixed = FixedFor(FitLines(work).size(), work.size(), options.fixed);
   result->fit = std::move(fit);
 
   // A consistent match names most of the strongest peaks of every spectrum
