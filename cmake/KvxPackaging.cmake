@@ -34,9 +34,11 @@ install(FILES ${PROJECT_BINARY_DIR}/KelvoCalibrateConfig.cmake
 file(RELATIVE_PATH KVX_PC_TO_PREFIX
   /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 string(REGEX REPLACE "/$" "" KVX_PC_TO_PREFIX "${KVX_PC_TO_PREFIX}")
-# On Windows the linker takes the import library, not the DLL (bin/).
+# On Windows the linker takes the import library, not the DLL (bin/), named
+# by file: with -static, -lKelvoCalibrate would find KelvoCalibrate.lib, the
+# MSVC one, which lacks g++'s names of the C++ exports.
 if(WIN32)
-  set(KVX_PC_LIBS -lKelvoCalibrate)
+  set(KVX_PC_LIBS -l:libKelvoCalibrate.dll.a)
 else()
   set(KVX_PC_LIBS -l:KelvoCalibrate.kvx)
 endif()

@@ -117,15 +117,22 @@ void ManualSession(const char* file) {
   DetectorRecord detector = Detector();
   E(0, CalibInitializeDetector(h, &detector, 0));
   C(detector.numPixels == 0);
+  X_ROI region{}, extra{3, 401, 10, 1}, dump[4];
   detector = Detector();
+  detector.regions = regions;
+  detector.regionCount = 2;
+  detector.regionBytes = sizeof regions;
   E(0, CalibValidateDetector(h, &detector, sizeof detector));
   E(0, CalibLoadDetector(h, &detector, sizeof detector));
+  detector.regions = dump;
+  detector.numPixels = 0;
+  E(0, CalibDumpDetector(h, &detector, sizeof detector));
+  C(detector.numPixels == 1024 && dump[1].startPixel == 201);
   E(0, CalibGetActiveDetectorID(h, &first));
   E(0, CalibAddDetector(h, &detector, sizeof detector, &second));
   E(0, CalibSetActiveDetectorID(h, second));
   E(0, CalibRemoveDetectorID(h, first));
 
-  X_ROI region{}, extra{3, 401, 10, 1}, dump[4];
   E(0, CalibValidateXScanPattern(h, regions, sizeof regions, 2, 1024));
   E(0, CalibLoadXScanPattern(h, regions, 2));
   E(0, CalibAddX_ROI(h, &extra));
