@@ -109,11 +109,13 @@ check "MSVC-ABI host links KelvoCalibrate.lib (lld-link, no C runtime)" bash -c 
     -o '$WORK/msvc_host.obj' &&
   lld-link /nologo /entry:HostEntry /subsystem:console /nodefaultlib \
     '$WORK/msvc_host.obj' '$KIT/lib/KelvoCalibrate.lib' '$WORK/kernel32.lib' \
-    /out:'$KIT/bin/msvc_host.exe'"
+    /out:'$KIT/bin/msvc_host.exe' &&
+  test \"\$(i686-w64-mingw32-objdump -p '$KIT/bin/msvc_host.exe' |
+    sed -n 's/.*DLL Name: //p' | sort | xargs)\" = 'KelvoCalibrate.kvx kernel32.dll'"
 check "MSVC-ABI host under Wine" run_host "$KIT/bin/msvc_host.exe"
 check "MinGW host links libKelvoCalibrate.dll.a" \
   i686-w64-mingw32-g++ -std=c++20 -O1 -Wall -Wextra -Werror -I"$KIT/include" \
-  "$HOST" -L"$KIT/lib" -lKelvoCalibrate -static-libgcc -static-libstdc++ \
+  "$HOST" "$KIT/lib/libKelvoCalibrate.dll.a" -static-libgcc -static-libstdc++ \
   -o "$KIT/bin/mingw_host.exe"
 check "MinGW host under Wine" run_host "$KIT/bin/mingw_host.exe"
 # The same through the kit's CMake package and pkg-config file.
@@ -121,8 +123,8 @@ check "MinGW hosts through the CMake package and pkg-config file" bash -c "
   PKG_CONFIG_LIBDIR='$KIT/lib/pkgconfig' cmake -S tests/consumer \
     -B '$WORK/consumer' -DCMAKE_BUILD_TYPE=Release \
     -DCMAKE_TOOLCHAIN_FILE='$KVX_ROOT/cmake/toolchain-mingw-i686.cmake' \
-    -DKelvoCalibrate_DIR='$KIT/lib/cmake/KelvoCalibrate' >/dev/null &&
-  cmake --build '$WORK/consumer' >/dev/null &&
+    -DKelvoCalibrate_DIR='$KIT/lib/cmake/KelvoCalibrate' &&
+  cmake --build '$WORK/consumer' &&
   cp '$KIT/bin/KelvoCalibrate.kvx' '$WORK/consumer/' && cd '$WORK/consumer' &&
   for exe in consumer_cmake.exe consumer_pkgconfig.exe; do
     WINEDEBUG=-all WINEPREFIX='$KVX_ROOT/build-mingw/wineprefix' wine \$exe ||
