@@ -41,14 +41,14 @@ check() {
 # paths, every file of docs/ under <doc folder>, and every path its README
 # names.
 archive() {
-  local top=$WORK/$1 docdir=$2 path missing=0
+  local name=$1 top=$WORK/$1 docdir=$2 path missing=0
   shift 2
   # shellcheck disable=SC2046 # one word per path
   for path in README.md "$@" \
     $(cd docs && find . -type f | sed "s|^\./|$docdir/|") \
     $(grep -o '`[a-z]*/[^` ]*`' "$top/README.md" | tr -d '`' | sort -u); do
     if [ ! -e "$top/$path" ]; then
-      echo "  $1 lacks $path"
+      echo "  $name lacks $path"
       missing=1
     fi
   done
