@@ -32,12 +32,13 @@ if(CMAKE_SCRIPT_MODE_FILE STREQUAL CMAKE_CURRENT_LIST_FILE)
 endif()
 include(${CMAKE_CURRENT_LIST_DIR}/KvxExports.cmake)
 
-# _kvx_run(<what> <command>...): runs a command; anything on stderr counts as
-# a failure too (dlltool reports some .def errors and still exits 0).
-function(_kvx_run what)
-  execute_process(COMMAND ${ARGN} OUTPUT_VARIABLE out ERROR_VARIABLE err
-                  RESULT_VARIABLE rc)
-  if(NOT rc EQUAL 0 OR NOT err STREQUAL "")
+# _kvx_run(<what> <strict> <command>...): runs a command in WORK_DIR (dlltool
+# leaves its temporary files there). With <strict> true, anything on stderr
+# is a failure too: dlltool reports some .def errors and still exits 0.
+function(_kvx_run what strict)
+  execute_process(COMMAND ${ARGN} WORKING_DIRECTORY ${WORK_DIR}
+                  OUTPUT_VARIABLE out ERROR_VARIABLE err RESULT_VARIABLE rc)
+  if(NOT rc EQUAL 0 OR (strict AND NOT err STREQUAL ""))
     message(FATAL_ERROR "${what} failed (${rc}):\n${ARGN}\n${out}${err}")
   endif()
   set(KVX_RUN_OUTPUT "${out}" PARENT_SCOPE)
@@ -47,9 +48,9 @@ endfunction()
 # probe and lists the undefined symbols of the object in <out>.
 function(_kvx_probe_symbols name nm out)
   set(object ${WORK_DIR}/probe-${name}.obj)
-  _kvx_run("compiling the import probe (${name})" ${ARGN} -std=c++20 -c
+  _kvx_run("compiling the import probe (${name})" FALSE ${ARGN} -std=c++20 -c
            -I${INCLUDE_DIR} ${WORK_DIR}/probe.cpp -o ${object})
-  _kvx_run("${nm}" ${nm} ${object})
+  _kvx_run("${nm}" FALSE ${nm} ${object})
   string(REPLACE "\n" ";" lines "${KVX_RUN_OUTPUT}")
   set(symbols "")
   foreach(line IN LISTS lines)
@@ -75,7 +76,7 @@ endfunction()
 # _kvx_check_library(<nm> <library> <symbols>): every symbol a host may
 # reference is defined by the library, with its __imp_ pointer.
 function(_kvx_check_library nm library symbols)
-  _kvx_run("${nm}" ${nm} ${library})
+  _kvx_run("${nm}" FALSE ${nm} ${library})
   string(REPLACE "\n" ";" lines "${KVX_RUN_OUTPUT}")
   set(defined "")
   foreach(line IN LISTS lines)
@@ -158,12 +159,12 @@ function(kvx_make_import_libraries)
   file(WRITE ${WORK_DIR}/msvc.def "${msvc_def}")
   file(WRITE ${WORK_DIR}/mingw.def "${mingw_def}")
 
-  _kvx_run("llvm-dlltool" ${LLVM_DLLTOOL} -m i386 -k -d ${WORK_DIR}/msvc.def
+  _kvx_run("llvm-dlltool" TRUE ${LLVM_DLLTOOL} -m i386 -k -d ${WORK_DIR}/msvc.def
            -l ${MSVC_LIB})
   # Over the import library GNU ld wrote while linking, which names the
   # plain exports without @N and the C++ ones with an extra underscore.
   file(REMOVE ${MINGW_LIB})
-  _kvx_run("dlltool" ${MINGW_DLLTOOL} -k -d ${WORK_DIR}/mingw.def
+  _kvx_run("dlltool" TRUE ${MINGW_DLLTOOL} -k -d ${WORK_DIR}/mingw.def
            -l ${MINGW_LIB})
   _kvx_check_library(${LLVM_NM} ${MSVC_LIB} "${msvc_refs}")
   _kvx_check_library(${MINGW_NM} ${MINGW_LIB} "${mingw_refs}")
