@@ -2,6 +2,8 @@
 # KelvoCalibrate.kvx instead of loading it by path:
 #   KelvoCalibrate.lib       MSVC-ABI linkers (link.exe, lld-link)
 #   libKelvoCalibrate.dll.a  MinGW-w64 (GNU ld), C and g++-compiled C++ hosts
+# and, for hosts that resolve the exports themselves, their list:
+#   KelvoCalibrate-exports.txt  ordinal and name of every export
 #
 # The DLL exports the plain functions without the stdcall suffix and the C++
 # functions under their MSVC decorations, while a host's object files name
@@ -23,7 +25,8 @@
 # Script use (what the build runs after linking the module):
 #   cmake -DLIST=exports.txt -DINCLUDE_DIR=include -DWORK_DIR=<dir>
 #         -DDLL_NAME=KelvoCalibrate.kvx -DMSVC_LIB=<out.lib>
-#         -DMINGW_LIB=<out.dll.a> -DCLANGXX=clang++ -DLLVM_NM=llvm-nm
+#         -DMINGW_LIB=<out.dll.a> -DEXPORTS_LIST=<out.txt>
+#         -DCLANGXX=clang++ -DLLVM_NM=llvm-nm
 #         -DLLVM_DLLTOOL=llvm-dlltool -DMINGW_CXX=i686-w64-mingw32-g++
 #         -DMINGW_NM=i686-w64-mingw32-nm -DMINGW_DLLTOOL=i686-w64-mingw32-dlltool
 #         -P KvxImportLibs.cmake
@@ -166,6 +169,15 @@ function(kvx_make_import_libraries)
   file(REMOVE ${MINGW_LIB})
   _kvx_run("dlltool" TRUE ${MINGW_DLLTOOL} -k -d ${WORK_DIR}/mingw.def
            -l ${MINGW_LIB})
+  # The names as GetProcAddress takes them.
+  kvx_expected_exports("${LIST}" windows listed)
+  string(CONCAT text
+         "; Exports of ${DLL_NAME} (32-bit Windows, __stdcall): ordinal and\n"
+         "; the name GetProcAddress takes (or MAKEINTRESOURCEA(ordinal)).\n")
+  foreach(item IN LISTS listed)
+    string(APPEND text "${item}\n")
+  endforeach()
+  file(WRITE ${EXPORTS_LIST} "${text}")
   _kvx_check_library(${LLVM_NM} ${MSVC_LIB} "${msvc_refs}")
   _kvx_check_library(${MINGW_NM} ${MINGW_LIB} "${mingw_refs}")
   list(LENGTH e_BUILT count)
@@ -173,8 +185,8 @@ function(kvx_make_import_libraries)
 endfunction()
 
 # kvx_add_import_libraries(<target>): after each link of the module, makes
-# both import libraries beside it (the MinGW one replaces the target's own)
-# and installs KelvoCalibrate.lib with it.
+# both import libraries and the export list beside it (the MinGW library
+# replaces the target's own) and installs the MSVC library and the list.
 function(kvx_add_import_libraries target)
   find_program(KVX_IMPLIB_CLANGXX NAMES clang++ clang++-19 clang++-18
                clang++-17 clang++-16 clang++-15 clang++-14)
@@ -191,12 +203,14 @@ function(kvx_add_import_libraries target)
     endif()
   endforeach()
   set(msvc_lib $<TARGET_FILE_DIR:${target}>/KelvoCalibrate.lib)
+  set(listing $<TARGET_FILE_DIR:${target}>/KelvoCalibrate-exports.txt)
   add_custom_command(TARGET ${target} POST_BUILD
     COMMAND ${CMAKE_COMMAND} -DLIST=${KVX_EXPORT_LIST}
             -DINCLUDE_DIR=${PROJECT_SOURCE_DIR}/include
             -DWORK_DIR=${PROJECT_BINARY_DIR}/import-libraries
             -DDLL_NAME=$<TARGET_FILE_NAME:${target}> -DMSVC_LIB=${msvc_lib}
             -DMINGW_LIB=$<TARGET_LINKER_FILE:${target}>
+            -DEXPORTS_LIST=${listing}
             -DCLANGXX=${KVX_IMPLIB_CLANGXX} -DLLVM_NM=${KVX_IMPLIB_LLVM_NM}
             -DLLVM_DLLTOOL=${KVX_IMPLIB_LLVM_DLLTOOL}
             -DMINGW_CXX=${CMAKE_CXX_COMPILER} -DMINGW_NM=${CMAKE_NM}
@@ -204,12 +218,12 @@ function(kvx_add_import_libraries target)
             -P ${CMAKE_CURRENT_FUNCTION_LIST_FILE}
     COMMENT "Import libraries KelvoCalibrate.lib and $<TARGET_LINKER_FILE_NAME:${target}>"
     VERBATIM)
-  install(FILES ${msvc_lib} DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  install(FILES ${msvc_lib} ${listing} DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endfunction()
 
 if(CMAKE_SCRIPT_MODE_FILE STREQUAL CMAKE_CURRENT_LIST_FILE)
-  foreach(var LIST INCLUDE_DIR WORK_DIR DLL_NAME MSVC_LIB MINGW_LIB CLANGXX
-          LLVM_NM LLVM_DLLTOOL MINGW_CXX MINGW_NM MINGW_DLLTOOL)
+  foreach(var LIST INCLUDE_DIR WORK_DIR DLL_NAME MSVC_LIB MINGW_LIB EXPORTS_LIST
+          CLANGXX LLVM_NM LLVM_DLLTOOL MINGW_CXX MINGW_NM MINGW_DLLTOOL)
     if(NOT DEFINED ${var} OR "${${var}}" STREQUAL "")
       message(FATAL_ERROR "KvxImportLibs.cmake: -D${var}=... is required")
     endif()
