@@ -11,7 +11,8 @@
 # names the archives and nothing else: the module's own version query reports
 # no version, as hosts of the interface expect.
 #
-# Builds build-mingw/ and build-package/linux/ (Release) when needed, installs
+# Builds build-mingw/ (as tools/test-all.sh configures it) and
+# build-package/linux/ (Release, the module alone) when needed, installs
 # each into build-package/stage/ and archives the result. Prints the archive
 # paths, one per line, last. Environment: KVX_JOBS (default 2),
 # KVX_SKIP_PACKAGES=1.
@@ -27,12 +28,11 @@ OUT=$KVX_ROOT/build-package
 kvx_ensure_packages cmake ninja-build g++ g++-mingw-w64-i686 \
   binutils-mingw-w64-i686 clang llvm
 
-# build <dir> <cmake arguments>...: a Release build of the module alone.
+# build <dir> <cmake arguments>...: a Release build of the module.
 build() {
   local dir=$1
   shift
-  kvx_configure "$dir" -DCMAKE_BUILD_TYPE=Release -DKVX_BUILD_TESTS=OFF \
-    -DKVX_BUILD_TOOLS=OFF -DKVX_BUILD_BENCH=OFF -DKVX_SANITIZE=OFF "$@" \
+  kvx_configure "$dir" -DCMAKE_BUILD_TYPE=Release "$@" \
     >"$OUT/logs/configure-$(basename "$dir").log"
   cmake --build "$dir" -j "$JOBS" --target KelvoCalibrate \
     >"$OUT/logs/build-$(basename "$dir").log"
@@ -60,7 +60,8 @@ stage() {
 mkdir -p "$OUT/logs" "$OUT/stage"
 build "$KVX_ROOT/build-mingw" \
   -DCMAKE_TOOLCHAIN_FILE="$KVX_ROOT/cmake/toolchain-mingw-i686.cmake"
-build "$OUT/linux"
+build "$OUT/linux" -DKVX_BUILD_TESTS=OFF -DKVX_BUILD_TOOLS=OFF \
+  -DKVX_BUILD_BENCH=OFF -DKVX_SANITIZE=OFF
 VERSION=$(version "$OUT/linux")
 if [ -z "$VERSION" ] || [ "$VERSION" != "$(version "$KVX_ROOT/build-mingw")" ]; then
   echo "error: no single project version in the build folders" >&2
