@@ -25,7 +25,7 @@ source "$KVX_ROOT/tools/packages.sh"
 JOBS=${KVX_JOBS:-2}
 OUT=$KVX_ROOT/build-package
 
-kvx_ensure_packages cmake ninja-build g++ g++-mingw-w64-i686 \
+kvx_ensure_packages libeigen3-dev cmake ninja-build g++ g++-mingw-w64-i686 \
   binutils-mingw-w64-i686 clang llvm
 
 # build <dir> <cmake arguments>...: a Release build of the module.

@@ -24,7 +24,7 @@ JOBS=${KVX_JOBS:-2}
 
 kvx_ensure_packages cmake ninja-build g++ g++-multilib g++-mingw-w64-i686 \
   binutils-mingw-w64-i686 googletest libgtest-dev libbenchmark-dev clang llvm \
-  pkgconf clang-format-14 python3 ||
+  pkgconf clang-format-14 python3 libeigen3-dev ||
   exit 2
 
 PASSED=0

@@ -18,7 +18,7 @@ KVX_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$KVX_ROOT" || exit 1
 # shellcheck source=tools/packages.sh
 source "$KVX_ROOT/tools/packages.sh"
-kvx_ensure_packages cmake ninja-build g++ g++-mingw-w64-i686 \
+kvx_ensure_packages libeigen3-dev cmake ninja-build g++ g++-mingw-w64-i686 \
   binutils-mingw-w64-i686 clang llvm lld || exit 2
 kvx_ensure_wine || exit 2
 
