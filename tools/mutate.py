@@ -134,26 +134,41 @@ def build_tests(build, jobs):
 
 
 def first_failure(output):
-    match = re.search(r"^\[  FAILED  \] (\S+)", output, re.MULTILINE)
+    match = re.search(r"^\[  FAILED  \] ([^\s,]+)", output, re.MULTILINE)
     return match.group(1) if match else None
 
 
-def run_tests(build, timeout):
+def run_tests(build, timeout, every=None):
     """('caught' | 'timeout' | 'survived', detail). Stops at the first
-    failing test of the first failing binary."""
+    failing test of the first failing binary, unless `every` is a list: then
+    both binaries run whole and every failing test is appended to it."""
     tests = build / "tests"
+    verdict = ("survived", "")
     for binary in BINARIES:
-        code, out = run([str(tests / binary), "--gtest_fail_fast",
-                         "--gtest_brief=1"], tests, timeout)
+        flags = ["--gtest_brief=1"]
+        if every is None:
+            flags.append("--gtest_fail_fast")
+        code, out = run([str(tests / binary), *flags], tests, timeout)
         if code is None:
-            return "timeout", binary
-        if code != 0:
-            failed = first_failure(out)
-            if failed is None:
-                failed = f"exit {code}" if code > 0 else \
+            if every is not None:
+                every.append(f"{binary}:TIMEOUT")
+            if verdict[0] == "survived":
+                verdict = ("timeout", binary)
+        elif code != 0:
+            failed = sorted({f"{binary}:{name}" for name in re.findall(
+                r"^\[  FAILED  \] ([^\s,]+\.[^\s,]+)", out, re.MULTILINE)})
+            first = first_failure(out)
+            if first is None:
+                first = f"exit {code}" if code > 0 else \
                     f"signal {signal.Signals(-code).name}"
-            return "caught", f"{binary}:{failed}"
-    return "survived", ""
+                failed = [f"{binary}:CRASH"]
+            if every is not None:
+                every.extend(failed)
+            if verdict[0] == "survived":
+                verdict = ("caught", f"{binary}:{first}")
+        if verdict[0] != "survived" and every is None:
+            break
+    return verdict
 
 
 def read_results(path):
@@ -213,6 +228,9 @@ def main():
     parser.add_argument("--timeout", type=int, default=120,
                         help="seconds per test binary (default 120)")
     parser.add_argument("--jobs", type=int, default=2)
+    parser.add_argument("--matrix", type=Path,
+                        help="run every test for every fault and append the "
+                        "failing tests per fault to this file")
     args = parser.parse_args()
 
     try:
@@ -257,6 +275,14 @@ def main():
     if outcome != "survived":
         sys.exit(f"the unchanged tree fails its tests ({outcome} {detail})")
 
+    # Ctrl-C and a plain kill both end the run through the finally clauses,
+    # so the file being mutated is put back (a shell may start this in the
+    # background with SIGINT ignored).
+    def stop(signum, frame):
+        raise KeyboardInterrupt
+
+    signal.signal(signal.SIGINT, stop)
+    signal.signal(signal.SIGTERM, stop)
     started = time.monotonic()
     try:
         for n, fault in enumerate(pending, 1):
@@ -268,7 +294,11 @@ def main():
                 path.write_text(mutated, encoding="utf-8")
                 ok, out = build_tests(build, args.jobs)
                 if ok:
-                    outcome, detail = run_tests(build, args.timeout)
+                    every = [] if args.matrix else None
+                    outcome, detail = run_tests(build, args.timeout, every)
+                    if args.matrix:
+                        with args.matrix.open("a", encoding="utf-8") as out:
+                            out.write(f"{fault.ident}\t{' '.join(every)}\n")
                 else:
                     outcome, detail = "invalid", "does not build"
             finally:
