@@ -25,6 +25,7 @@ import argparse
 import fnmatch
 import os
 import re
+import shutil
 import signal
 import subprocess
 import sys
@@ -37,6 +38,8 @@ DEFAULT_FAULTS = ROOT / "tests" / "mutation" / "faults.txt"
 DEFAULT_RESULTS = ROOT / "tests" / "mutation" / "results.txt"
 DEFAULT_BUILD = ROOT / "build-mut"
 BINARIES = ("kvx_tests", "kvx_unit_tests")
+# The library builds the test binaries use; a fault changes only these.
+LIBRARIES = ("KelvoCalibrate.kvx", "libkvx_core.a")
 KINDS = {"flip", "bound", "swap", "drop", "const"}
 HEADER_RE = re.compile(r"^([a-z]+-\d+) (\w+) (\S+)$")
 
@@ -127,9 +130,9 @@ def configure(build):
         sys.exit(f"configuring {build} failed:\n{out}")
 
 
-def build_tests(build, jobs):
+def build_tests(build, jobs, targets=BINARIES):
     code, out = run(["cmake", "--build", str(build), "-j", str(jobs),
-                     "--target", *BINARIES], ROOT, 1200)
+                     "--target", *targets], ROOT, 1200)
     return code == 0, out
 
 
@@ -169,6 +172,14 @@ def run_tests(build, timeout, every=None):
         if verdict[0] != "survived" and every is None:
             break
     return verdict
+
+
+def store_libraries(source, target):
+    """Copies the library builds from folder `source` to folder `target`."""
+    target.mkdir(parents=True, exist_ok=True)
+    for name in LIBRARIES:
+        shutil.copy2(source / name, target / name)
+        os.utime(target / name)  # newer than what was linked against them
 
 
 def read_results(path):
@@ -228,6 +239,10 @@ def main():
     parser.add_argument("--timeout", type=int, default=120,
                         help="seconds per test binary (default 120)")
     parser.add_argument("--jobs", type=int, default=2)
+    parser.add_argument("--cache", type=Path,
+                        help="keep each fault's library builds here and, when "
+                        "a later run finds them, use them instead of "
+                        "rebuilding (for a second run with changed tests)")
     parser.add_argument("--matrix", type=Path,
                         help="run every test for every fault and append the "
                         "failing tests per fault to this file")
@@ -283,6 +298,10 @@ def main():
 
     signal.signal(signal.SIGINT, stop)
     signal.signal(signal.SIGTERM, stop)
+    clean = None
+    if args.cache:
+        clean = args.cache / "clean"
+        store_libraries(build, clean)
     started = time.monotonic()
     try:
         for n, fault in enumerate(pending, 1):
@@ -290,9 +309,19 @@ def main():
             original, at = locate(fault)
             mutated = (original[:at] + fault.replacement +
                        original[at + len(fault.anchor):])
+            cached = args.cache / fault.ident if args.cache else None
             try:
-                path.write_text(mutated, encoding="utf-8")
+                if cached and cached.is_dir():
+                    # Same library as a build from the mutated source; only
+                    # the test binaries are linked again. The tree is brought
+                    # up to date first so the build keeps the copies.
+                    build_tests(build, args.jobs, ("KelvoCalibrate", "kvx_core"))
+                    store_libraries(cached, build)
+                else:
+                    path.write_text(mutated, encoding="utf-8")
                 ok, out = build_tests(build, args.jobs)
+                if ok and cached and not cached.is_dir():
+                    store_libraries(build, cached)
                 if ok:
                     every = [] if args.matrix else None
                     outcome, detail = run_tests(build, args.timeout, every)
@@ -302,7 +331,10 @@ def main():
                 else:
                     outcome, detail = "invalid", "does not build"
             finally:
-                path.write_text(original, encoding="utf-8")
+                if path.read_text(encoding="utf-8") != original:
+                    path.write_text(original, encoding="utf-8")
+                if clean:
+                    store_libraries(clean, build)
             results[fault.ident] = (outcome, detail)
             write_results(args.results, faults, results)
             print(f"[{n}/{len(pending)}] {fault.ident:8} {outcome:8} {detail}",
