@@ -5,27 +5,6 @@
 namespace kvx_detector_test {
 namespace {
 
-TEST(DetectorRecord,
-     SizeZeroIsAcceptedByValidateAndInitializeButNotByAddOrDump) {
-  Handle h;
-  DetectorRecord d;
-  std::memset(&d, 0xAB, sizeof d);
-  EXPECT_EQ(CalibInitializeDetector(h, &d, 177), 11017u);
-  EXPECT_EQ(CalibInitializeDetector(h, nullptr, 0), 11000u);
-  EXPECT_EQ(CalibInitializeDetector(h, &d, 0), 0u);
-  const DetectorRecord zero{};
-  EXPECT_EQ(std::memcmp(&d, &zero, sizeof d), 0);
-
-  d = Detector(100);
-  EXPECT_EQ(CalibValidateDetector(h, &d, 0), 0u);
-  EXPECT_EQ(CalibValidateDetector(h, &d, 175), 11017u);
-  KvxULong newId = 77;
-  EXPECT_EQ(CalibAddDetector(h, &d, 0, &newId), 11017u);
-  EXPECT_EQ(newId, 0u);
-  ASSERT_EQ(CalibLoadDetector(h, &d, sizeof d), 0u);
-  EXPECT_EQ(CalibDumpDetector(h, &d, 0), 11017u);
-}
-
 // Validation and load answer alike; a refused load leaves the fresh entry
 // unloaded, and no load takes the record's detectorId.
 TEST(DetectorRecord, ValidationAndLoadAnswerTheFirstFault) {
@@ -116,27 +95,6 @@ TEST(DetectorRecord, FailedAddStillReportsTheNewIdAndLeavesABlankEntry) {
   EXPECT_EQ(CalibAddDetector(h, &d, sizeof d, &id), 11002u);
   ASSERT_EQ(CalibSetActiveDetectorID(h, id), 0u);
   EXPECT_EQ(RegionCount(h), -1);  // not loaded
-}
-
-TEST(DetectorRecord, AddKeepsTheActiveDetectorAndRemovingItActivatesTheFirst) {
-  Handle h;
-  const KvxULong first = ActiveId(h);
-  DetectorRecord d = Detector(64);
-  KvxULong a = 0, b = 0;
-  ASSERT_EQ(CalibAddDetector(h, &d, sizeof d, &a), 0u);
-  ASSERT_EQ(CalibAddDetector(h, &d, sizeof d, &b), 0u);
-  EXPECT_EQ(CalibAddDetector(h, &d, sizeof d, nullptr), 11000u);
-  EXPECT_EQ(ActiveId(h), first);
-  // IDs are opaque: distinct, non-zero, not consecutive.
-  EXPECT_TRUE(a != 0 && b != 0 && a != b && a != first && b - a != 1);
-
-  ASSERT_EQ(CalibSetActiveDetectorID(h, b), 0u);
-  EXPECT_EQ(RegionCount(h), 0);  // loaded
-  EXPECT_EQ(CalibRemoveDetectorID(h, a), 0u);
-  EXPECT_EQ(ActiveId(h), b);
-  EXPECT_EQ(CalibRemoveDetectorID(h, b), 0u);
-  EXPECT_EQ(ActiveId(h), first);
-  EXPECT_EQ(CalibSetActiveDetectorID(h, a), 11012u);
 }
 
 TEST(DetectorRecord,
