@@ -110,5 +110,26 @@ TEST(DetectorRecord,
   EXPECT_EQ(RegionCount(h), -1);  // blank, not loaded
 }
 
+TEST(DetectorRecord, AddKeepsTheActiveDetectorAndRemovingItActivatesTheFirst) {
+  Handle h;
+  const KvxULong first = ActiveId(h);
+  DetectorRecord d = Detector(64);
+  KvxULong a = 0, b = 0;
+  ASSERT_EQ(CalibAddDetector(h, &d, sizeof d, &a), 0u);
+  ASSERT_EQ(CalibAddDetector(h, &d, sizeof d, &b), 0u);
+  EXPECT_EQ(CalibAddDetector(h, &d, sizeof d, nullptr), 11000u);
+  EXPECT_EQ(ActiveId(h), first);
+  // IDs are opaque: distinct, non-zero, not consecutive.
+  EXPECT_TRUE(a != 0 && b != 0 && a != b && a != first && b - a != 1);
+
+  ASSERT_EQ(CalibSetActiveDetectorID(h, b), 0u);
+  EXPECT_EQ(RegionCount(h), 0);  // loaded
+  EXPECT_EQ(CalibRemoveDetectorID(h, a), 0u);
+  EXPECT_EQ(ActiveId(h), b);
+  EXPECT_EQ(CalibRemoveDetectorID(h, b), 0u);
+  EXPECT_EQ(ActiveId(h), first);
+  EXPECT_EQ(CalibSetActiveDetectorID(h, a), 11012u);
+}
+
 }  // namespace
 }  // namespace kvx_detector_test
