@@ -1,14 +1,9 @@
 // Conversions through the active calibration, through the exports: pixels
-// and data points to calibrated values and back, in every display unit,
-// table lookups, the whole-array conversions and the fit tests.
+// and data points to calibrated values and back, table lookups, the
+// whole-array conversions and the fit tests.
 #include <gtest/gtest.h>
 
-#include <climits>
-#include <cmath>
 #include <cstdint>
-#include <limits>
-#include <string>
-#include <utility>
 #include <vector>
 
 #include "KelvoCalibrate.h"
@@ -17,66 +12,6 @@
 namespace {
 
 using namespace calibration_fixtures;
-
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-
-// --- end to end in every display unit ---
-
-struct DisplayCase {
-  const char* name;
-  KvxLong displayUnit;
-  double valueAt2_5;  // of the 498 + 2 p nm calibration (503 nm)
-  double pixelBack;   // CalibValueToPixel of that value
-};
-
-// Reciprocal units interpolate linearly in the reported unit between the
-// whole pixels 2 and 3: (1/503 - 1/502) / (1/504 - 1/502) = 504 / 1006 by
-// hand, for cm-1, relative cm-1 and eV alike.
-// clang-format off
-const DisplayCase kDisplayCases[] = {
-    {"Nanometres", CalibUnitNanometers, 503.0, 2.5},
-    {"Wavenumbers", CalibUnitWavenumbers, 1e7 / 503.0, 2.0 + 504.0 / 1006.0},
-    {"RelativeWavenumbers", CalibUnitRelativeWavenumbers, 1e7 / 532.0 - 1e7 / 503.0, 2.0 + 504.0 / 1006.0},
-    {"ElectronVolts", CalibUnitElectronVolts, 1239.841904 / 503.0, 2.0 + 504.0 / 1006.0},
-    {"Angstroms", CalibUnitAngstroms, 5030.0, 2.5},
-    {"Microns", CalibUnitMicrons, 0.503, 2.5},
-    {"PolynomialWithoutConversion", CalibUnitPolynomial, 503.0, 2.5},
-    {"OffsetFactorDisplayWithoutConversion", CalibUnitOffsetFactor, 503.0, 2.5},
-    // Position units (0, 1 and unknown codes) report the pixel itself.
-    {"XValue", CalibUnitXValue, 2.5, 2.5},
-    {"FixedPolynomialDisplay", CalibUnitFixedPolynomial, 2.5, 2.5},
-    {"UnknownUnit", 42, 2.5, 2.5},
-};
-// clang-format on
-
-class DisplayUnits : public ::testing::TestWithParam<DisplayCase> {};
-
-// Without regions data points are pixels: both doors give the same.
-TEST_P(DisplayUnits, PixelValueAndItsInverseInTheDisplayUnit) {
-  Handle h;
-  LoadDetector(h, 100);
-  CalibrationRecord r = LinearNm(h);
-  r.displayUnit = GetParam().displayUnit;
-  r.laserLine = 532.0;
-  Load(h, r);
-  double value = 0.0, pixel = 0.0;
-  ASSERT_EQ(CalibPixelToCalibValue(h, 2.5, &value), NqeSuccess);
-  EXPECT_DOUBLE_EQ(value, GetParam().valueAt2_5);
-  ASSERT_EQ(CalibCalibValueToPixel(h, value, &pixel), NqeSuccess);
-  EXPECT_NEAR(pixel, GetParam().pixelBack, 1e-9);
-  ASSERT_EQ(CalibDataPointToCalibValue(h, 2.5, &value), 0u);
-  EXPECT_DOUBLE_EQ(value, GetParam().valueAt2_5);
-  ASSERT_EQ(CalibCalibValueToDataPoint(h, value, &pixel), 0u);
-  EXPECT_NEAR(pixel, GetParam().pixelBack, 1e-9);
-}
-
-INSTANTIATE_TEST_SUITE_P(Calibration, DisplayUnits,
-                         ::testing::ValuesIn(kDisplayCases),
-                         [](const ::testing::TestParamInfo<DisplayCase>& info) {
-                           return std::string(info.param.name);
-                         });
-
-using CalibrationConversion = OnDetector;
 
 // --- the inverse: clamping, degenerate detectors, termination ---
 

@@ -166,11 +166,7 @@ TEST(ConvertUnits, CodesOutsideFourToNineLeaveTheValueAndReturnBadUnit) {
       EXPECT_EQ(result, 3.5);
     }
   }
-}
-
-// Decision: a null result pointer is refused with 11000 (internal callers
-// never pass one).
-TEST(ConvertUnits, NullResultIsRefused) {
+  // Decision: a null result is refused (internal callers never pass one).
   EXPECT_EQ(ConvertUnits(4, 5, 500.0, nullptr, 0.0), NqeNullPointer);
 }
 
