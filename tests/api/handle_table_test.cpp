@@ -56,4 +56,18 @@ TEST(ModuleIdentity, CountNameCodesAndNoVersion) {
   EXPECT_EQ(b, 0u);
 }
 
+TEST(HandleTable, OnlyTheLowByteOfAHandleSelectsTheSlot) {
+  CalibHandle h[4];
+  for (CalibHandle& handle : h) ASSERT_EQ(CalibCreate(0, &handle), 0u);
+  KvxULong id = 0;
+  ASSERT_EQ(CalibGetActiveDetectorID(kTag + 3, &id), 0u);
+  for (KvxULong alias :
+       {KvxULong{3}, KvxULong{0xFF000003}, KvxULong{0x7F000003}}) {
+    KvxULong other = 0;
+    EXPECT_EQ(CalibGetActiveDetectorID(alias, &other), 0u) << alias;
+    EXPECT_EQ(other, id) << alias;
+  }
+  for (CalibHandle handle : h) EXPECT_EQ(CalibDestroy(handle), 0u);
+}
+
 }  // namespace

@@ -131,5 +131,26 @@ TEST(DetectorRecord, AddKeepsTheActiveDetectorAndRemovingItActivatesTheFirst) {
   EXPECT_EQ(CalibSetActiveDetectorID(h, a), 11012u);
 }
 
+TEST(DetectorRecord,
+     SizeZeroIsAcceptedByValidateAndInitializeButNotByAddOrDump) {
+  Handle h;
+  DetectorRecord d;
+  std::memset(&d, 0xAB, sizeof d);
+  EXPECT_EQ(CalibInitializeDetector(h, &d, 177), 11017u);
+  EXPECT_EQ(CalibInitializeDetector(h, nullptr, 0), 11000u);
+  EXPECT_EQ(CalibInitializeDetector(h, &d, 0), 0u);
+  const DetectorRecord zero{};
+  EXPECT_EQ(std::memcmp(&d, &zero, sizeof d), 0);
+
+  d = Detector(100);
+  EXPECT_EQ(CalibValidateDetector(h, &d, 0), 0u);
+  EXPECT_EQ(CalibValidateDetector(h, &d, 175), 11017u);
+  KvxULong newId = 77;
+  EXPECT_EQ(CalibAddDetector(h, &d, 0, &newId), 11017u);
+  EXPECT_EQ(newId, 0u);
+  ASSERT_EQ(CalibLoadDetector(h, &d, sizeof d), 0u);
+  EXPECT_EQ(CalibDumpDetector(h, &d, 0), 11017u);
+}
+
 }  // namespace
 }  // namespace kvx_detector_test

@@ -133,5 +133,44 @@ TEST_F(Grating, StepCountRoundsWithinAMarginAndCentersOverlap) {
   EXPECT_EQ(steps, INT32_MIN);
 }
 
+TEST_F(Grating, OnlyTheModelsCalibValueConvertsTheUnit) {
+  object.Calibrations().ActiveRecord()->displayUnit = CalibUnitWavenumbers;
+  model().center.effectiveCenter = 500.0;
+  double nm = 0.0, converted = 0.0;
+  ASSERT_EQ(object.DataPointToCalibValue(700.0, &nm), ok);
+  ExpectDigits(nm, 511.2832735397793);
+  ASSERT_EQ(object.CalcDataPointCalibValue(500.0, 700.0, &converted), ok);
+  ExpectDigits(converted, 19558.629271727918);
+}
+
+TEST_F(Grating, UnreachableAndDegenerateSettings) {
+  double v = 0.0;
+  for (double center : {2000.0, nan}) {
+    EXPECT_EQ(PixelWavelength(model(), center, 100.0, &v),
+              NqeWavelengthUnreachable);
+    EXPECT_TRUE(v == center || (std::isnan(v) && std::isnan(center)));
+  }
+  EXPECT_EQ(CenterResolution(model(), nullptr), NqeNullPointer);
+  EXPECT_EQ(GratingRotationAngle(model(), 1.0, 30.0, nullptr), NqeNullPointer);
+  double limit = -1.0;
+  model().optics.inclusionAngle = 181.0;
+  EXPECT_EQ(TestWavelength(model(), 500.0, &limit), NqeAngleOutOfRange);
+  EXPECT_EQ(limit, -1.0);
+  // Groove density 0 (every pixel sees the center): nothing is reachable.
+  model().optics.inclusionAngle = 30.0;
+  model().optics.grooveDensity = 0.0;
+  EXPECT_EQ(TestWavelength(model(), 500.0, &limit), NqeWavelengthUnreachable);
+  EXPECT_EQ(limit, 0.0);
+  // Beyond reach, the pixel array skips the pixels, the data points stop.
+  model().optics.grooveDensity = 1200.0;
+  model().center.effectiveCenter = 2000.0;
+  std::vector<double> values(1024, -7.0);
+  EXPECT_EQ(object.CalcCalibPixelArray(1024, values.data()), ok);
+  EXPECT_EQ(values.front(), -7.0);
+  EXPECT_EQ(object.CalcDataPointCalibArray(1024, values.data()),
+            NqeWavelengthUnreachable);
+  EXPECT_EQ(values.back(), -7.0);
+}
+
 }  // namespace
 }  // namespace kvx_test

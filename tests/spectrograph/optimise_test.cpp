@@ -121,5 +121,14 @@ TEST_F(Optimisation, TargetCenterMayGoDownToMinus3000) {
   EXPECT_EQ(CalibValidateTargetData(h), NqeWavelengthUnreachable);
 }
 
+// The bounds 27..33 come from the spectrograph's 30, not the grating's 34.
+TEST_F(Optimisation, InclusionAngleAboveTheUpperBoundSearchesNothing) {
+  Load({0.0, 34.0, 0.0});
+  Propose({2, -1.5, 1, -2.5}, false);
+  const Set best = Call(CalibOptimizeSpectrograph);
+  EXPECT_EQ(best.f + best.psi + best.gamma, 334.0);
+  EXPECT_EQ(best.objective, Call(CalibGetOrigDispParams).objective);
+}
+
 }  // namespace
 }  // namespace kvx_hardware_test
