@@ -39,7 +39,11 @@ DEFAULT_RESULTS = ROOT / "tests" / "mutation" / "results.txt"
 DEFAULT_BUILD = ROOT / "build-mut"
 BINARIES = ("kvx_tests", "kvx_unit_tests")
 # The library builds the test binaries use; a fault changes only these.
-LIBRARIES = ("KelvoCalibrate.kvx", "libkvx_core.a")
+# The build links the module again whenever the core library is newer than
+# its last link, so a kept module is put in place after the build (the
+# black-box tests load it when they start).
+CORE, MODULE = "libkvx_core.a", "KelvoCalibrate.kvx"
+LIBRARIES = (CORE, MODULE)
 KINDS = {"flip", "bound", "swap", "drop", "const"}
 HEADER_RE = re.compile(r"^([a-z]+-\d+) (\w+) (\S+)$")
 
@@ -174,10 +178,10 @@ def run_tests(build, timeout, every=None):
     return verdict
 
 
-def store_libraries(source, target):
+def store_libraries(source, target, names=LIBRARIES):
     """Copies the library builds from folder `source` to folder `target`."""
     target.mkdir(parents=True, exist_ok=True)
-    for name in LIBRARIES:
+    for name in names:
         shutil.copy2(source / name, target / name)
         os.utime(target / name)  # newer than what was linked against them
 
@@ -316,10 +320,12 @@ def main():
                     # the test binaries are linked again. The tree is brought
                     # up to date first so the build keeps the copies.
                     build_tests(build, args.jobs, ("KelvoCalibrate", "kvx_core"))
-                    store_libraries(cached, build)
+                    store_libraries(cached, build, (CORE,))
                 else:
                     path.write_text(mutated, encoding="utf-8")
                 ok, out = build_tests(build, args.jobs)
+                if ok and cached and cached.is_dir():
+                    store_libraries(cached, build, (MODULE,))
                 if ok and cached and not cached.is_dir():
                     store_libraries(build, cached)
                 if ok:
