@@ -64,9 +64,8 @@ class PointFile : public ::testing::Test {
 
 // --- one table, both loaders -------------------------------------------------
 
-constexpr KvxULong kNoHeader = NqeNoDetectorSection, kBadSeg = NqeBadSegment,
-                   kNoCount = NqeNoPointCount, kNoPts = NqeNoPoints,
-                   kBadPx = NqeBadPointPixel, kBadWl = NqeBadPointWave;
+constexpr KvxULong kBadSeg = NqeBadSegment, kNoPts = NqeNoPoints,
+                   kBadPx = NqeBadPointPixel;
 
 struct SegmentCase {
   const char* name;
@@ -79,15 +78,11 @@ struct SegmentCase {
 void PrintTo(const SegmentCase& c, std::ostream* os) { *os << c.name; }
 
 const SegmentCase kSegmentCases[] = {
-    {"MissingFile", 1, kNoHeader, kBadSeg, nullptr},
     {"LowerRangeTestComesBeforeTheMissingHeader", 0, kBadSeg, kBadSeg,
      "[Seg1_Pixel_Calib]\n" TWO_POINTS},
-    {"SegmentAboveTheCount", 4, kBadSeg, kBadSeg, "[CCD_Info]\nNum_Segments=3"},
     // 65537 segments read as 1 for the load only.
     {"SegmentCountIsComparedOnItsLow16BitsByTheLoad", 2, kOk, kBadSeg,
      "[CCD_Info]\nNum_Segments=65537\n[Seg2_Pixel_Calib]\n" TWO_POINTS},
-    {"MissingPointCount", 1, kNoCount, kNoCount, SEG1 "x\n"},
-    {"NoPoints", 1, kNoPts, kNoPts, SEG1 "Number_Points=0\n"},
     {"OnePointIsTooFew", 1, NqeOnePoint, NqeOnePoint,
      SEG1 "Number_Points=1\n" POINT1},
     {"NegativeCountMeansNoPointsToTheLoad", 1, kOk, kNoPts,
@@ -98,12 +93,8 @@ const SegmentCase kSegmentCases[] = {
      SEG1 "Number_Points=11\n"},
     {"MissingPixelKeyFailsOnlyTheLoad", 1, kOk, kBadPx,
      SEG1 "Number_Points=2\n" POINT1 "Point2_Wave=501\n"},
-    {"EmptyWaveValue", 1, kBadWl, kBadWl,
-     SEG1 "Number_Points=2\n" POINT1 "Point2_Pixel=2\nPoint2_Wave=\n"},
-    // Validation of the record built from the file.
-    {"PixelBeyondTheDetector", 1, kOk, NqePointOutOfRange,
-     SEG1 "Number_Points=2\n" POINT1 "Point2_Pixel=2000\nPoint2_Wave=600\n"},
-    // The parabola through these points turns at pixel 512.5.
+    // Validation of the record built from the file: the parabola through
+    // these points turns at pixel 512.5.
     {"CalibrationThatTurnsBack", 1, kOk, NqeNotMonotonic,
      SEG1
      "Number_Points=3\n" POINT1
