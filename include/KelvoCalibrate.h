@@ -1358,7 +1358,8 @@ typedef struct KVX_ALIGN8 KvxFitSpectrum {
  * fall back within the threshold are taken again. */
 typedef struct KVX_ALIGN8 KvxFitOptions {
   KvxLong fixed;          /* 0: KVX_FIX_* bits (grating fit only) */
-  KvxLong maxEvaluations; /* 4: model evaluations per least-squares run
+  KvxLong maxEvaluations; /* 4: solver steps' model evaluations per
+                             least-squares run, the Jacobian's not counted
                              (grating fit only); 0 or below: 400 */
   double clipSigmas;      /* 8: 0: 4.0; negative: nothing is rejected */
   double clipFloor;       /* 16: residuals within it are never rejected;
@@ -1434,11 +1435,11 @@ typedef struct KVX_ALIGN8 KvxPolynomialFit {
  * not finite; 11065 a wavelength or center the grating cannot reach, or a
  * fit that turned the grating beyond reach; 11100 the fit did not
  * converge; 11022 when memory runs out. */
-KVX_EXPORT KvxULong KVX_CALL KvxFitGratingModel(
-    CalibHandle handle, const KvxFitLine* lines, KvxLong lineCount,
-    KvxFitSpectrum* spectra, KvxLong spectrumCount,
-    const KvxFitOptions* options, KvxGratingFit* fit,
-    KvxFitLineResult* lineResults);
+KVX_EXPORT KvxULong KVX_CALL
+KvxFitGratingModel(CalibHandle handle, const KvxFitLine* lines,
+                   KvxLong lineCount, KvxFitSpectrum* spectra,
+                   KvxLong spectrumCount, const KvxFitOptions* options,
+                   KvxGratingFit* fit, KvxFitLineResult* lineResults);
 
 /* Extension (ordinal 108). Automatic mode. Writes the fitted focal length,
  * inclusion angle and detector angle into the working optics and the
@@ -1458,8 +1459,7 @@ KVX_EXPORT KvxULong KVX_CALL KvxInstallFittedOptics(CalibHandle handle,
  * (nothing written); 11065 center cannot be reached (nothing written). */
 KVX_EXPORT KvxULong KVX_CALL KvxFittedWavelengths(CalibHandle handle,
                                                   const KvxGratingFit* fit,
-                                                  double center,
-                                                  KvxLong count,
+                                                  double center, KvxLong count,
                                                   double* wavelengths);
 
 /* Extension (ordinal 110). No handle. Least-squares polynomial of the given
@@ -1480,8 +1480,8 @@ KVX_EXPORT KvxULong KVX_CALL KvxFitPolynomial(const double* x, const double* y,
 /* Extension (ordinal 111). No handle. The fitted polynomial at x.
  * Returns 0; 11000 null fit or y; 11025 order outside 0..9; 11016
  * xHalfRange 0 or not finite. */
-KVX_EXPORT KvxULong KVX_CALL KvxEvaluatePolynomialFit(
-    const KvxPolynomialFit* fit, double x, double* y);
+KVX_EXPORT KvxULong KVX_CALL
+KvxEvaluatePolynomialFit(const KvxPolynomialFit* fit, double x, double* y);
 
 /* Extension (ordinal 112). Turns a polynomial fit of wavelength (nm) over
  * pixel into a table calibration: one value per data point, entry i being

@@ -12,7 +12,7 @@ cd "$KVX_ROOT"
 # shellcheck source=tools/packages.sh
 source "$KVX_ROOT/tools/packages.sh"
 
-kvx_ensure_packages cmake ninja-build g++ libeigen3-dev python3
+kvx_ensure_packages cmake ninja-build g++ python3 libeigen3-dev
 args=(-DKVX_BUILD_TOOLS=ON)
 if [ ! -f build/CMakeCache.txt ]; then
   # A fresh folder needs no test framework for the demo; tools/test-all.sh

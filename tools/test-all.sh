@@ -2,6 +2,7 @@
 # Builds every configuration of KelvoCalibrate and runs every test:
 #   build-mingw/  32-bit Windows DLL (MinGW-w64): export-table check, a
 #                 Windows host and the black-box suite under Wine
+#   build-package/ release archives; Windows hosts linking the import libraries
 #   build/        native x86-64: all tests, the Windows export check, the
 #                 black-box suite under Valgrind
 #   build-x86/    32-bit Linux (-m32): all tests
@@ -178,6 +179,16 @@ if build_config build-mingw KelvoCalibrate -DCMAKE_BUILD_TYPE=Release \
   fi
 else
   fail "build-mingw: build"
+fi
+
+# Release archives; Windows hosts built from the win32 archive alone link its
+# import libraries (MSVC ABI and MinGW-w64) and run under Wine.
+if step "release: archives and linking hosts" \
+  build-package/logs/windows-link.log tools/test-windows-link.sh; then
+  tail -n 1 build-package/logs/windows-link.log
+  pass
+else
+  fail "release: archives and linking hosts"
 fi
 
 # The black-box suite, built for Windows, against the DLL under Wine.

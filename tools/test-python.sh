@@ -20,7 +20,7 @@ kvx_ensure_packages python3 python3-numpy python3-matplotlib python3-pytest \
 PY=/usr/bin/python3
 MODULE="$KVX_ROOT/build/KelvoCalibrate.kvx"
 if [ ! -f "$MODULE" ]; then
-  kvx_ensure_packages cmake ninja-build g++
+  kvx_ensure_packages libeigen3-dev cmake ninja-build g++
   if [ ! -f build/CMakeCache.txt ]; then
     kvx_configure build -DCMAKE_BUILD_TYPE=Debug -DKVX_BUILD_TESTS=OFF
   fi

@@ -14,7 +14,7 @@ cd "$KVX_ROOT" || exit 1
 source "$KVX_ROOT/tools/packages.sh"
 DIR=build
 
-kvx_ensure_packages cmake ninja-build g++ googletest libgtest-dev valgrind \
+kvx_ensure_packages libeigen3-dev cmake ninja-build g++ googletest libgtest-dev valgrind \
   python3 || exit 2
 
 if [ ! -f "$DIR/CMakeCache.txt" ]; then

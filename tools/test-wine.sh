@@ -15,7 +15,7 @@ cd "$KVX_ROOT" || exit 1
 source "$KVX_ROOT/tools/packages.sh"
 DIR=build-mingw
 
-kvx_ensure_packages cmake ninja-build g++-mingw-w64-i686 \
+kvx_ensure_packages libeigen3-dev cmake ninja-build g++-mingw-w64-i686 \
   binutils-mingw-w64-i686 googletest python3 || exit 2
 kvx_ensure_wine || exit 2
 

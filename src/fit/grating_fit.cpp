@@ -106,7 +106,8 @@ class Problem {
   }
 
   // Fitted wavelength and local dispersion of every line; false when the
-  // grating cannot reach one of the spectra.
+  // grating cannot reach one of the spectra or a line sees no dispersion
+  // (residuals in pixels would be meaningless there).
   bool Predict(const GratingOptics& optics, const std::vector<double>& centers,
                std::vector<double>* fitted, std::vector<double>* dispersion,
                std::vector<double>* effective) const {
@@ -126,7 +127,9 @@ class Problem {
           settings[static_cast<size_t>(lines_[i].spectrum)];
       (*fitted)[i] = s.At(Offset(model_, lines_[i].pixel));
       if (dispersion != nullptr) {
-        (*dispersion)[i] = Dispersion(model_, s, lines_[i].pixel);
+        const double d = Dispersion(model_, s, lines_[i].pixel);
+        if (!std::isfinite(d) || d == 0.0) return false;
+        (*dispersion)[i] = d;
       }
     }
     return true;

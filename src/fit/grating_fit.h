@@ -46,7 +46,8 @@ struct GratingFitOptions {
   // the worst one at a time; clipSigmas <= 0 rejects nothing.
   double clipSigmas = 4.0;
   double clipFloorPixels = 0.25;
-  int32_t maxEvaluations = 400;  // per least-squares run
+  // Per least-squares run, the Jacobian's evaluations not counted.
+  int32_t maxEvaluations = 400;
 };
 
 struct GratingFitLine {

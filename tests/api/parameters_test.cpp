@@ -1,5 +1,4 @@
-// The parameter interface through the exports: which IDs each family
-// accepts, the codes of every row on fresh objects, value rules, and the
+// The parameter interface through the exports: value rules, texts and the
 // irregular behaviours hosts rely on.
 #include <gtest/gtest.h>
 
@@ -13,129 +12,8 @@
 namespace {
 
 using kvx_test::Handle;
-using Ids = std::set<KvxLong>;
 
 constexpr KvxULong Code(NqeErrorCode e) { return static_cast<KvxULong>(e); }
-
-Ids Range(KvxLong first, KvxLong last, Ids more = {}) {
-  for (KvxLong id = first; id <= last; ++id) more.insert(id);
-  return more;
-}
-
-// The vocabulary written out by hand from the interface's parameter table.
-const Ids kIntWrite =
-    Range(3, 10,
-          {12, 13, 16, 17, 18, 23, 24, 26, 30, 35, 37, 38, 40, 41, 67, 73, 74});
-const Ids kIntRead = {1,  10, 12, 13, 16, 17, 18, 23, 24,
-                      26, 27, 29, 67, 72, 73, 74, 76};
-const Ids kDoubleWrite =
-    Range(43, 65, Range(68, 71, {14, 15, 19, 20, 28, 31, 33}));
-const Ids kDoubleRead =
-    Range(43, 66, Range(68, 71, {14, 15, 19, 20, 28, 31, 33}));
-const Ids kText = {2, 11, 21, 22, 36, 39, 42};
-// Rows that need the model (for ints, with 35, 38, 41 and 73 kept off a
-// manual object as well).
-const Ids kModelInt = {35, 37, 38, 40, 41, 67, 72, 73};
-const Ids kModelDouble = Range(43, 71);
-
-// A detector with one region, so that its dump (which copies regions out)
-// can serve as a snapshot.
-void LoadDetector(CalibHandle h) {
-  std::vector<X_ROI> region = {{1, 1, 2, 1}};  // still valid at 4 pixels
-  DetectorRecord d = kvx_detector_test::Detector(1024, &region, 26.0);
-  ASSERT_EQ(CalibLoadDetector(h, &d, sizeof d), 0u);
-}
-
-// What a refused call must leave alone.
-std::string Snapshot(CalibHandle h) {
-  X_ROI region{};
-  DetectorRecord d{};
-  d.regions = &region;
-  d.regionCount = 1;
-  d.regionBytes = sizeof region;
-  CalibrationRecord c{};
-  EXPECT_EQ(CalibDumpDetector(h, &d, sizeof d), 0u);
-  EXPECT_EQ(CalibDumpCalibration(h, &c, sizeof c), 0u);
-  d.regions = nullptr;
-  return std::string(reinterpret_cast<const char*>(&d), sizeof d) +
-         std::string(reinterpret_cast<const char*>(&c), sizeof c) +
-         std::string(reinterpret_cast<const char*>(&region), sizeof region);
-}
-
-KvxULong Expected(const Ids& accepted, KvxLong id, KvxULong code) {
-  return accepted.count(id) != 0 ? code : Code(NqeUnknownParameter);
-}
-
-// One call of a family: integers write 4, doubles 5.0, texts "abc".
-using Call = KvxULong (*)(CalibHandle, KvxLong id, KvxLong*, double*, char*);
-#define FAMILY_CALL(expr)                                         \
-  [](CalibHandle h, KvxLong id, KvxLong* i, double* d, char* t) { \
-    (void)i, (void)d, (void)t;                                    \
-    return expr;                                                  \
-  }
-// Calls one family on a fresh object for every ID from -1 to 200.
-void Sweep(KvxLong mode, Call call, KvxULong (*expected)(bool, KvxLong)) {
-  for (KvxLong id = -1; id <= 200; ++id) {
-    Handle h(mode);
-    LoadDetector(h);
-    const std::string before = Snapshot(h);
-    KvxLong i = -77;
-    double d = -77.0;
-    char text[128] = "unchanged";
-    const KvxULong code = call(h, id, &i, &d, text);
-    EXPECT_EQ(code, expected(mode == CalibModeManual, id)) << "ID " << id;
-    if (code != 0) {
-      EXPECT_EQ(Snapshot(h), before) << id;
-      EXPECT_EQ(i, -77) << id;
-      EXPECT_EQ(d, -77.0) << id;
-      EXPECT_STREQ(text, "unchanged") << id;
-    }
-  }
-}
-
-// The codes on a fresh object (point cursor -1, no optimisation run).
-KvxULong Int(bool manual, KvxLong id, const Ids& accepted) {
-  if (manual && kModelInt.count(id) && accepted.count(id)) {
-    return Code(NqeNoSpectrographModel);
-  }
-  return Expected(accepted, id, 0);
-}
-KvxULong Double(bool manual, KvxLong id, const Ids& accepted) {
-  if (id == 19) return Code(NqeBadPointCursor);
-  if (id == 20) return Code(NqeBadPointNumber);
-  if (accepted.count(id) && manual && kModelDouble.count(id)) {
-    return Code(NqeNoSpectrographModel);
-  }
-  return Expected(accepted, id, 0);
-}
-KvxULong Text(bool manual, KvxLong id) {
-  if (manual && id == 36) return Code(NqeNoActiveSpectrograph);
-  if (manual && id == 39) return Code(NqeNoActiveTurret);
-  if (manual && id == 42) return Code(NqeNoGratingSelected);
-  return Expected(kText, id, 0);
-}
-
-TEST(ParameterSweep, EveryFamilyOnFreshObjectsOfBothModes) {
-  // On an automatic object 35 selects spectrograph 4 of 1.
-  // clang-format off
-  const std::pair<Call, KvxULong (*)(bool, KvxLong)> families[] = {
-      {FAMILY_CALL(CalibSetIntParam(h, id, 4)), [](bool m, KvxLong id) {
-         if (id == 12) return Code(NqeReadOnlyParameter);
-         return !m && id == 35 ? Code(NqeBadNumber) : Int(m, id, kIntWrite); }},
-      {FAMILY_CALL(CalibGetIntParam(h, id, i)), [](bool m, KvxLong id) {
-         return id == 18 ? Code(NqeBadPointCursor) : Int(m, id, kIntRead); }},
-      {FAMILY_CALL(CalibSetDoubleParam(h, id, 5.0)),
-       [](bool m, KvxLong id) { return Double(m, id, kDoubleWrite); }},
-      {FAMILY_CALL(CalibGetDoubleParam(h, id, d)), [](bool m, KvxLong id) {
-         return !m && (id == 64 || id == 65) ? Code(NqeNoOptimisationData)
-                                             : Double(m, id, kDoubleRead); }},
-      {FAMILY_CALL(CalibSetStrParam(h, id, "abc", 3)), Text},
-      {FAMILY_CALL(CalibGetStrParam(h, id, t, 128)), Text}};
-  // clang-format on
-  for (KvxLong mode : {CalibModeManual, CalibModeAutomatic}) {
-    for (const auto& [call, expected] : families) Sweep(mode, call, expected);
-  }
-}
 
 // --- values ------------------------------------------------------------------
 
@@ -186,32 +64,6 @@ TEST(DoubleParameters, RoundTripsAndAdjustedValues) {
   // A writable objective accepts a value and keeps none.
   EXPECT_EQ(CalibSetDoubleParam(h, 64, 3.0), 0u);
   EXPECT_EQ(CalibGetDoubleParam(h, 64, &t), Code(NqeNoOptimisationData));
-}
-
-TEST(DoubleParameters, CursorsAddressPointsAndCoefficients) {
-  Handle h;
-  ASSERT_EQ(CalibSetIntParam(h, 18, 3), 0u);
-  ASSERT_EQ(CalibSetIntParam(h, 30, 2), 0u);
-  EXPECT_EQ(CalibSetDoubleParam(h, 19, 100.0), 0u);
-  EXPECT_EQ(CalibSetDoubleParam(h, 20, 546.07), 0u);
-  EXPECT_EQ(CalibSetDoubleParam(h, 31, 0.125), 0u);
-  CalibrationRecord r{};
-  ASSERT_EQ(CalibDumpCalibration(h, &r, sizeof r), 0u);
-  EXPECT_EQ(r.pointPosition[3], 100.0);
-  EXPECT_EQ(r.pointValue[3], 546.07);
-  EXPECT_EQ(r.coefficients[2], 0.125);
-  EXPECT_EQ(r.pointValue[2], -1.0);
-}
-
-TEST(SelectionParameters, ResultsIgnoredExceptTheSpectrographIndex) {
-  Handle h(CalibModeAutomatic);
-  EXPECT_EQ(CalibSetIntParam(h, 41, 9), 0u);  // no grating 9: ignored
-  EXPECT_EQ(CalibSetIntParam(h, 38, 9), 0u);
-  EXPECT_EQ(CalibSetIntParam(h, 35, 2), Code(NqeBadNumber));
-  EXPECT_EQ(CalibSetIntParam(h, 35, 1), 0u);
-  char name[8];  // selecting a spectrograph leaves no turret selected
-  EXPECT_EQ(CalibGetStrParam(h, 39, name, 8), Code(NqeNoActiveTurret));
-  EXPECT_EQ(CalibSetDoubleParam(h, 43, 1.0), Code(NqeNoGratingSelected));
 }
 
 // --- kept behaviours ---------------------------------------------------------

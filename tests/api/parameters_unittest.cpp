@@ -47,28 +47,4 @@ TEST(ModelParameters, WriteTheGratingAndTheWorkingValuesTogether) {
   EXPECT_FALSE(m.stepping.glueValidated);
 }
 
-TEST(ParametersWithoutActiveParts, RefuseWithTheMissingPartsCode) {
-  CalibObject o;
-  ASSERT_TRUE(o.SetupForMode(false));
-  o.Detectors().ClearAllDetectors();
-  o.Calibrations().ClearAllCalibrations();
-  int32_t i = 0;
-  double d = 0.0;
-  char text[8];
-  for (int32_t id : {12, 16, 17})
-    EXPECT_EQ(kvx::GetIntParam(o, id, &i), NqeNoActiveDetector) << id;
-  for (int32_t id : {13, 16, 17})
-    EXPECT_EQ(kvx::SetIntParam(o, id, 1), NqeNoActiveDetector) << id;
-  for (int32_t id : {14, 15}) {
-    EXPECT_EQ(kvx::SetDoubleParam(o, id, 1.0), NqeNoActiveDetector) << id;
-    EXPECT_EQ(kvx::GetDoubleParam(o, id, &d), NqeNoActiveDetector) << id;
-  }
-  EXPECT_EQ(kvx::GetStrParam(o, 11, text, 8), NqeNoActiveDetector);
-  for (int32_t id : {23, 24, 26, 27})
-    EXPECT_EQ(kvx::GetIntParam(o, id, &i), NqeInvalidCalibration) << id;
-  EXPECT_EQ(kvx::SetDoubleParam(o, 28, 1.0), NqeInvalidCalibration);
-  EXPECT_EQ(kvx::SetStrParam(o, 21, "x", 1), NqeInvalidCalibration);
-  EXPECT_EQ(kvx::SetDoubleArrayParam(o, 20, &d, 1), NqeInvalidCalibration);
-}
-
 }  // namespace

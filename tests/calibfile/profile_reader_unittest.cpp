@@ -75,25 +75,6 @@ TEST_P(ProfileSectionTable, ListsThePlatformsLines) {
 INSTANTIATE_TEST_SUITE_P(FileCases, ProfileSectionTable,
                          ::testing::ValuesIn(kvx_test::kSectionCases), kByName);
 
-TEST(ProfileReader, DirectoryDeviceAndUnreadableFileReadAsEmptyFiles) {
-  TempDir dir;
-  // /dev/zero is endless: it must not keep the reader busy.
-  std::vector<std::string> names = {dir.Path().string(), "/dev/zero"};
-  const std::string locked = dir.Write("locked.ini", "[s]\nk=1\n");
-  ASSERT_EQ(chmod(locked.c_str(), 0), 0);
-  // File permissions do not bind root.
-  if (geteuid() != 0) names.push_back(locked);
-  for (const std::string& name : names) {
-    SCOPED_TRACE(name);
-    char buffer[16];
-    EXPECT_EQ(ProfileSection("s", buffer, sizeof buffer, name.c_str()), 0u);
-    EXPECT_EQ(
-        ProfileString("s", "k", "dflt", buffer, sizeof buffer, name.c_str()),
-        4u);
-    EXPECT_STREQ(buffer, "dflt");
-  }
-}
-
 TEST(ProfileReader, LineLongerThanAnyBufferIsCutAndTheNextLineStillRead) {
   TempDir dir;
   const std::string name =
@@ -105,41 +86,6 @@ TEST(ProfileReader, LineLongerThanAnyBufferIsCutAndTheNextLineStillRead) {
   EXPECT_EQ(ProfileString("s", "j", "", buffer, sizeof buffer, name.c_str()),
             1u);
   EXPECT_STREQ(buffer, "2");
-}
-
-TEST(ProfileReader, BinaryGarbageNeverOverrunsTheBuffer) {
-  TempDir dir;
-  std::mt19937 random(20240318);
-  for (int round = 0; round < 20; ++round) {
-    std::string bytes(8192, '\0');
-    for (char& b : bytes) b = static_cast<char>(random() & 0xFF);
-    // Some structure, so that sections and keys are actually found.
-    bytes.insert(0, "[s]\n");
-    bytes.insert(bytes.size() / 2, "\n[s]\nk=");
-    const std::string name = dir.Write("garbage.ini", bytes);
-    for (uint32_t size : {1u, 2u, 3u, 16u, 255u}) {
-      std::vector<char> buffer(size + 8, kUntouched);
-      EXPECT_LT(ProfileSection("s", buffer.data(), size, name.c_str()), size);
-      const uint32_t v =
-          ProfileString("s", "k", "", buffer.data(), size, name.c_str());
-      EXPECT_LT(v, size);
-      EXPECT_EQ(std::strlen(buffer.data()), v);
-      ExpectUntouchedFrom(buffer, size);
-    }
-  }
-}
-
-TEST(ProfileReader, RelativeNamesAreTakenFromTheCurrentDirectory) {
-  TempDir dir;
-  dir.Write("relative.ini", "[s]\nk=here\n");
-  const std::filesystem::path previous = std::filesystem::current_path();
-  std::filesystem::current_path(dir.Path());
-  char buffer[16];
-  const uint32_t n =
-      ProfileString("s", "k", "", buffer, sizeof buffer, "relative.ini");
-  std::filesystem::current_path(previous);
-  EXPECT_EQ(n, 4u);
-  EXPECT_STREQ(buffer, "here");
 }
 
 TEST(ProfileReader, NullNamesAndZeroSizeGiveNothingOrTheDefault) {

@@ -16,96 +16,9 @@ namespace {
 
 using namespace calibration_fixtures;
 
-TEST(CalibrationRecordInit, WritesTheDefaultRecordOnlyForTheRightSize) {
-  Handle h;
-  // By hand: all zero, every point slot -1.0, enabled, nanometres.
-  CalibrationRecord expected;
-  std::memset(&expected, 0, sizeof expected);
-  for (int i = 0; i < 10; ++i) {
-    expected.pointPosition[i] = expected.pointValue[i] = -1.0;
-  }
-  expected.inputUnit = expected.displayUnit = 4;
-  expected.enabled = 1;
-  std::strcpy(expected.unitLabel, "Wavelength, nm");
-
-  CalibrationRecord r;
-  std::memset(&r, 0x5A, sizeof r);
-  const CalibrationRecord garbage = r;
-  EXPECT_EQ(CalibInitializeCalibration(h, &r, kRecordSize - 1),
-            Code(NqeBadCalibrationSize));
-  EXPECT_EQ(std::memcmp(&r, &garbage, sizeof r), 0);
-  EXPECT_EQ(CalibInitializeCalibration(h, nullptr, 0), Code(NqeNullPointer));
-  for (KvxLong size : {KvxLong{0}, kRecordSize}) {
-    std::memset(&r, 0x5A, sizeof r);
-    ASSERT_EQ(CalibInitializeCalibration(h, &r, size), 0u);
-    EXPECT_EQ(std::memcmp(&r, &expected, sizeof r), 0) << size;
-  }
-}
-
 // --- the list of calibrations ---
 
 using CalibrationList = OnDetector;
-
-TEST_F(CalibrationList, AddLeavesTheActiveCalibrationAndReturnsASelectableId) {
-  const KvxULong first = ActiveId(h);
-  const KvxULong added = Add(h, LinearNm(h));
-  EXPECT_NE(added, 0u);
-  EXPECT_NE(added, first);
-  EXPECT_EQ(ActiveId(h), first);
-  double v = 0.0;  // the active one is still the default record: not valid
-  EXPECT_EQ(CalibPixelToCalibValue(h, 2.0, &v), NqeCalibrationNotValid);
-  // An unknown ID changes nothing.
-  EXPECT_EQ(CalibSetActiveCalibrationID(h, added ^ first ^ 0x5A5A5A5Au),
-            Code(NqeCalibrationNotFound));
-  EXPECT_EQ(ActiveId(h), first);
-  ASSERT_EQ(CalibSetActiveCalibrationID(h, added), 0u);
-  EXPECT_EQ(ActiveId(h), added);
-  EXPECT_NEAR(ValueAt(h, 2.5), 503.0, 1e-9);
-  // A failed add reports ID 0.
-  CalibrationRecord bad = LinearNm(h);
-  bad.polyOrder = 0;
-  KvxULong id = 12345;
-  EXPECT_EQ(CalibAddCalibration(h, &bad, kRecordSize, &id),
-            Code(NqeBadPolyOrder));
-  EXPECT_EQ(id, 0u);
-}
-
-TEST_F(CalibrationList, AddWithSizeZeroValidatesButKeepsTheDefaultRecord) {
-  CalibrationRecord r = LinearNm(h);
-  r.laserLine = 532.0;
-  KvxULong id = 0;
-  ASSERT_EQ(CalibAddCalibration(h, &r, 0, &id), 0u);
-  EXPECT_EQ(r.valid, 1);  // the caller's record was validated
-  ASSERT_EQ(CalibSetActiveCalibrationID(h, id), 0u);
-  CalibrationRecord dumped{};
-  ASSERT_EQ(CalibDumpCalibration(h, &dumped, kRecordSize), 0u);
-  const CalibrationRecord fresh = DefaultRecord(h);
-  EXPECT_EQ(std::memcmp(&dumped, &fresh, sizeof dumped), 0);
-}
-
-TEST_F(CalibrationList, LoadReplacesTheActiveRecordAndKeepsItsId) {
-  const KvxULong id = ActiveId(h);
-  CalibrationRecord r = LinearNm(h);
-  std::snprintf(r.calibLabel, sizeof r.calibLabel, "lamp");
-  ASSERT_EQ(CalibLoadCalibration(h, &r, kRecordSize), 0u);
-  EXPECT_EQ(ActiveId(h), id);
-  CalibrationRecord dumped{};
-  ASSERT_EQ(CalibDumpCalibration(h, &dumped, kRecordSize), 0u);
-  EXPECT_EQ(std::memcmp(&dumped, &r, sizeof r), 0);
-  for (KvxLong size : {KvxLong{0}, kRecordSize + 1}) {
-    EXPECT_EQ(CalibDumpCalibration(h, &dumped, size),
-              Code(NqeBadCalibrationSize));
-  }
-}
-
-TEST_F(CalibrationList, LoadWithSizeZeroValidatesTheCallersRecordThenRefuses) {
-  CalibrationRecord r = LinearNm(h);
-  EXPECT_EQ(CalibLoadCalibration(h, &r, 0), Code(NqeBadCalibrationSize));
-  EXPECT_EQ(r.valid, 1);
-  EXPECT_NEAR(r.coefficients[1], 2.0, 1e-12);
-  double v = 0.0;  // the active record did not change
-  EXPECT_EQ(CalibPixelToCalibValue(h, 2.0, &v), NqeCalibrationNotValid);
-}
 
 // --- removal ---
 
@@ -190,16 +103,6 @@ TEST_F(CalibrationRemoval, RemovingTheActiveCalibrationKeepsItsRecordInUse) {
   EXPECT_NEAR(dumped.coefficients[0], 498.0, 1e-9);
   ASSERT_EQ(CalibSetActiveCalibrationID(h, second), 0u);
   EXPECT_NEAR(ValueAt(h, 2.5), 701.5, 1e-9);
-}
-
-TEST_F(CalibrationRemoval, RemovedActiveRecordSurvivesFurtherRemovals) {
-  const KvxULong first = ActiveId(h);
-  Load(h, LinearNm(h));
-  const KvxULong second = Add(h, LinearNm(h));
-  ASSERT_EQ(CalibRemoveCalibrationID(h, first), Code(NqeCalibrationNotFound));
-  // The only remaining node loses its record too.
-  ASSERT_EQ(CalibRemoveCalibrationID(h, second), Code(NqeCalibrationNotFound));
-  EXPECT_NEAR(ValueAt(h, 2.5), 503.0, 1e-9);
 }
 
 // --- tables handed over by the host ---

@@ -1,14 +1,9 @@
 // Conversions through the active calibration, through the exports: pixels
-// and data points to calibrated values and back, in every display unit,
-// table lookups, the whole-array conversions and the fit tests.
+// and data points to calibrated values and back, table lookups, the
+// whole-array conversions and the fit tests.
 #include <gtest/gtest.h>
 
-#include <climits>
-#include <cmath>
 #include <cstdint>
-#include <limits>
-#include <string>
-#include <utility>
 #include <vector>
 
 #include "KelvoCalibrate.h"
@@ -17,102 +12,6 @@
 namespace {
 
 using namespace calibration_fixtures;
-
-constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
-
-// Leaves `h` with no active detector: a copied object counts two detectors
-// but holds one, so removing it empties the list.
-void DropAllDetectors(CalibHandle h) {
-  Handle source;
-  LoadDetector(source, 100);
-  Load(source, LinearNm(source));
-  ASSERT_EQ(CalibCopyCalibObject(h, source), 0u);
-  KvxULong id = 0;
-  ASSERT_EQ(CalibGetActiveDetectorID(h, &id), 0u);
-  ASSERT_EQ(CalibRemoveDetectorID(h, id), 0u);
-  ASSERT_EQ(CalibGetActiveDetectorID(h, &id), Code(NqeNoActiveDetector));
-}
-
-// --- end to end in every display unit ---
-
-struct DisplayCase {
-  const char* name;
-  KvxLong displayUnit;
-  double valueAt2_5;  // of the 498 + 2 p nm calibration (503 nm)
-  double pixelBack;   // CalibValueToPixel of that value
-};
-
-// Reciprocal units interpolate linearly in the reported unit between the
-// whole pixels 2 and 3: (1/503 - 1/502) / (1/504 - 1/502) = 504 / 1006 by
-// hand, for cm-1, relative cm-1 and eV alike.
-// clang-format off
-const DisplayCase kDisplayCases[] = {
-    {"Nanometres", CalibUnitNanometers, 503.0, 2.5},
-    {"Wavenumbers", CalibUnitWavenumbers, 1e7 / 503.0, 2.0 + 504.0 / 1006.0},
-    {"RelativeWavenumbers", CalibUnitRelativeWavenumbers, 1e7 / 532.0 - 1e7 / 503.0, 2.0 + 504.0 / 1006.0},
-    {"ElectronVolts", CalibUnitElectronVolts, 1239.841904 / 503.0, 2.0 + 504.0 / 1006.0},
-    {"Angstroms", CalibUnitAngstroms, 5030.0, 2.5},
-    {"Microns", CalibUnitMicrons, 0.503, 2.5},
-    {"PolynomialWithoutConversion", CalibUnitPolynomial, 503.0, 2.5},
-    {"OffsetFactorDisplayWithoutConversion", CalibUnitOffsetFactor, 503.0, 2.5},
-    // Position units (0, 1 and unknown codes) report the pixel itself.
-    {"XValue", CalibUnitXValue, 2.5, 2.5},
-    {"FixedPolynomialDisplay", CalibUnitFixedPolynomial, 2.5, 2.5},
-    {"UnknownUnit", 42, 2.5, 2.5},
-};
-// clang-format on
-
-class DisplayUnits : public ::testing::TestWithParam<DisplayCase> {};
-
-// Without regions data points are pixels: both doors give the same.
-TEST_P(DisplayUnits, PixelValueAndItsInverseInTheDisplayUnit) {
-  Handle h;
-  LoadDetector(h, 100);
-  CalibrationRecord r = LinearNm(h);
-  r.displayUnit = GetParam().displayUnit;
-  r.laserLine = 532.0;
-  Load(h, r);
-  double value = 0.0, pixel = 0.0;
-  ASSERT_EQ(CalibPixelToCalibValue(h, 2.5, &value), NqeSuccess);
-  EXPECT_DOUBLE_EQ(value, GetParam().valueAt2_5);
-  ASSERT_EQ(CalibCalibValueToPixel(h, value, &pixel), NqeSuccess);
-  EXPECT_NEAR(pixel, GetParam().pixelBack, 1e-9);
-  ASSERT_EQ(CalibDataPointToCalibValue(h, 2.5, &value), 0u);
-  EXPECT_DOUBLE_EQ(value, GetParam().valueAt2_5);
-  ASSERT_EQ(CalibCalibValueToDataPoint(h, value, &pixel), 0u);
-  EXPECT_NEAR(pixel, GetParam().pixelBack, 1e-9);
-}
-
-INSTANTIATE_TEST_SUITE_P(Calibration, DisplayUnits,
-                         ::testing::ValuesIn(kDisplayCases),
-                         [](const ::testing::TestParamInfo<DisplayCase>& info) {
-                           return std::string(info.param.name);
-                         });
-
-using CalibrationConversion = OnDetector;
-
-TEST_F(CalibrationConversion,
-       RelativeWavenumbersWithoutLaserLineStillDeliverAValue) {
-  // Offset and factor skip the monotonic scan, so the record loads.
-  CalibrationRecord r = OffsetFactor(h, 498.0, 2.0);
-  r.displayUnit = CalibUnitRelativeWavenumbers;
-  Load(h, r);
-  double value = 0.0;
-  EXPECT_EQ(CalibPixelToCalibValue(h, 2.5, &value), NqeNoLaserLine);
-  EXPECT_DOUBLE_EQ(value, 0.0 - 1e7 / 503.0);
-}
-
-TEST_F(CalibrationConversion, RefusesARecordThatIsNotValidOrNotEnabled) {
-  double value = 0.0;
-  EXPECT_EQ(CalibPixelToCalibValue(h, 3.0, &value), NqeCalibrationNotValid);
-  EXPECT_EQ(value, 3.0);
-  CalibrationRecord r = OffsetFactor(h, 400.0, 0.5);
-  r.enabled = 0;
-  Load(h, r);
-  EXPECT_EQ(CalibPixelToCalibValue(h, 4.0, &value), NqeCalibrationDisabled);
-  EXPECT_EQ(value, 4.0);
-  EXPECT_EQ(CalibCalibValueToPixel(h, 401.0, &value), NqeCalibrationDisabled);
-}
 
 // --- the inverse: clamping, degenerate detectors, termination ---
 
@@ -150,49 +49,7 @@ TEST_F(CalibrationInverse, RangeEndsPairWithTheWholeIndicesZeroAndN) {
   EXPECT_EQ(pixel, 100.0);
 }
 
-TEST_F(CalibrationInverse, NotANumberEndsTheSearch) {
-  Load(h, LinearNm(h));
-  double pixel = 0.0;
-  EXPECT_EQ(CalibCalibValueToPixel(h, kNaN, &pixel), NqeSuccess);
-  EXPECT_TRUE(std::isnan(pixel));
-}
-
-TEST(CalibrationInverseLarge, LargestDetectorStillBisects) {
-  Handle h;
-  LoadDetector(h, std::numeric_limits<int32_t>::max());
-  // 400 + 1e-7 p nm: 500 nm lies at pixel 1e9 (by hand).
-  Load(h, OffsetFactor(h, 400.0, 1e-7));
-  double pixel = 0.0;
-  ASSERT_EQ(CalibCalibValueToPixel(h, 500.0, &pixel), NqeSuccess);
-  EXPECT_NEAR(pixel, 1e9, 1e-3);
-  ASSERT_EQ(CalibCalibValueToPixel(h, 1e6, &pixel), NqeSuccess);
-  EXPECT_EQ(pixel, 2147483647.5);
-}
-
 // --- table calibrations ---
-
-// Table 10, 20, 30, 40 over four pixels, scan pattern off; t = pixel - 1
-// clamped to 0..3. The table holds display values: no unit conversion. A
-// NaN pixel comes back unchanged.
-TEST(CalibrationTable, InterpolatesBetweenEntriesAndClampsAtTheEnds) {
-  Handle h;
-  LoadDetector(h, 4);
-  ASSERT_EQ(CalibDisableScanPattern(h), 0u);
-  double table[] = {10.0, 20.0, 30.0, 40.0};
-  Load(h, TableRecord(h, table, 4, CalibUnitWavenumbers));
-  const std::pair<double, double> cases[] = {
-      {0.2, 10.0}, {1.0, 10.0},  {2.5, 25.0}, {3.25, 32.5},
-      {4.0, 40.0}, {10.0, 40.0}, {kNaN, kNaN}};
-  for (const auto& [pixel, expected] : cases) {
-    double value = 0.0;
-    ASSERT_EQ(CalibPixelToCalibValue(h, pixel, &value), NqeSuccess);
-    if (std::isnan(expected)) {
-      EXPECT_TRUE(std::isnan(value));
-    } else {
-      EXPECT_EQ(value, expected) << pixel;
-    }
-  }
-}
 
 TEST(CalibrationTable, TableLookupRefusesPixelsBetweenRegions) {
   Handle h;
@@ -211,14 +68,6 @@ TEST(CalibrationTable, TableLookupRefusesPixelsBetweenRegions) {
   EXPECT_EQ(value, 2.5);
 }
 
-TEST_F(CalibrationConversion, TableLookupWithoutATableReportsThePixel) {
-  CalibrationRecord r = LinearNm(h);
-  r.displayUnit = static_cast<KvxLong>(kTableFlag | CalibUnitNanometers);
-  r.inputUnit = CalibUnitAngstroms;  // accepted without a scan
-  Load(h, r);
-  EXPECT_EQ(ValueAt(h, 6.5), 6.5);
-}
-
 // --- whole arrays ---
 
 using CalibrationArrays = OnDetector;
@@ -231,21 +80,6 @@ TEST_F(CalibrationArrays, PixelArrayNeedsTheExactCountAndHoldsEveryValue) {
   for (double v : values) ASSERT_EQ(v, kSentinel);
   ASSERT_EQ(CalibCalibratedPixelArray(h, 100, values.data()), NqeSuccess);
   for (int i = 0; i < 100; ++i) EXPECT_EQ(values[i], 500.0 + 2.0 * i) << i;
-}
-
-TEST_F(CalibrationArrays, WithoutADetectorThereAreNoPixels) {
-  Load(h, LinearNm(h));
-  DropAllDetectors(h);
-  double pixel = 0.0;
-  EXPECT_EQ(CalibCalibValueToPixel(h, 503.0, &pixel), NqeNoPixels);
-  EXPECT_EQ(pixel, 503.0);
-  EXPECT_EQ(CalibCalibValueToDataPoint(h, 503.0, &pixel), Code(NqeNoPixels));
-  EXPECT_EQ(pixel, 503.0);
-  // The pixel array of count -1 succeeds without writing.
-  double value = kSentinel;
-  EXPECT_EQ(CalibCalibratedPixelArray(h, -1, &value), NqeSuccess);
-  EXPECT_EQ(value, kSentinel);
-  EXPECT_EQ(CalibCalibratedPixelArray(h, 0, &value), NqePixelCountMismatch);
 }
 
 // Calibration points at data points 1, 2, 3 with 500, 502, 504 nm give
@@ -283,38 +117,6 @@ TEST_F(RegionConversions, DataPointsConvertThroughTheirPixels) {
 // --- fit tests ---
 
 using CalibrationPointFit = OnDetector;
-
-TEST_F(CalibrationPointFit, ReportsReferenceFitAndRelativeError) {
-  double ref = kSentinel, fit = kSentinel, err = kSentinel;
-  // Not valid yet: refused before the number is looked at.
-  EXPECT_EQ(CalibTestCalibPointFit(h, 1, &ref, &fit, &err),
-            Code(NqeCalibrationNotValid));
-  Load(h, LinearNm(h));  // slots 0 to 2 used
-  for (KvxLong n : {0, 11, -1, 4, 10, INT32_MIN, INT32_MAX}) {
-    EXPECT_EQ(CalibTestCalibPointFit(h, n, &ref, &fit, &err),
-              Code(NqeBadPointNumber))
-        << n;
-  }
-  EXPECT_EQ(ref, kSentinel);
-  EXPECT_EQ(fit, kSentinel);
-  EXPECT_EQ(err, kSentinel);
-  ASSERT_EQ(CalibTestCalibPointFit(h, 2, &ref, &fit, &err), 0u);
-  EXPECT_EQ(ref, 502.0);
-  EXPECT_NEAR(fit, 502.0, 1e-9);
-  EXPECT_NEAR(err, 0.0, 1e-12);
-}
-
-TEST_F(CalibrationPointFit, InputUnitsOutsideThreeToNineWriteNothing) {
-  CalibrationRecord r = OffsetFactor(h, 400.0, 0.5);
-  r.pointPosition[0] = 3.0;
-  r.pointValue[0] = 401.5;
-  Load(h, r);
-  double ref = kSentinel, fit = kSentinel, err = kSentinel;
-  EXPECT_EQ(CalibTestCalibPointFit(h, 1, &ref, &fit, &err), 0u);
-  EXPECT_EQ(ref, kSentinel);
-  EXPECT_EQ(fit, kSentinel);
-  EXPECT_EQ(err, kSentinel);
-}
 
 // The reference is converted from nanometres into the input unit, the
 // opposite of validation. Angstrom input keeps the caller's coefficients

@@ -125,44 +125,5 @@ INSTANTIATE_TEST_SUITE_P(ZeroPivotStopsTheEliminationAndStillSucceeds, Fits, ::t
     [](const auto& info) { return std::string(info.param.name); });
 // clang-format on
 
-// --- evaluation ------------------------------------------------------------
-
-CalibrationRecord RecordWith(int32_t order, std::initializer_list<double> c) {
-  CalibrationRecord record{};
-  std::copy(c.begin(), c.end(), record.coefficients);
-  record.polyOrder = order;
-  return record;
-}
-
-// Coefficients 1 -1 1 -1 1 -1, so the order decides which terms count; the
-// laser line right after coefficients[5] must never be read as a seventh.
-// By hand at p = 3: partial sums of 1 - 3 + 9 - 27 + 81 - 243. Negative
-// orders give 0; orders above 5 (a record that skipped validation) are
-// evaluated as 5.
-TEST(EvaluatePolynomial, UsesTheCoefficientsUpToTheOrderOnly) {
-  // clang-format off
-  const std::pair<int32_t, double> cases[] = {
-      {0, 1.0}, {1, -2.0}, {2, 7.0}, {3, -20.0}, {5, -182.0},
-      {-1, 0.0}, {INT32_MIN, 0.0}, {6, -182.0}, {INT32_MAX, -182.0}};
-  // clang-format on
-  for (const auto& [order, expected] : cases) {
-    CalibrationRecord record = RecordWith(order, {1, -1, 1, -1, 1, -1});
-    record.laserLine = 1000.0;
-    EXPECT_EQ(EvaluatePolynomial(record, 3.0), expected) << order;
-  }
-}
-
-// Horner and the plain power sum round differently here. python3:
-//   c = [-4.345, -4.868, 3.375, -2.406]; p = 0.7
-//   h = c[3]; h = h*p + c[2]; h = h*p + c[1]; h = h*p + c[0]
-//   h.hex() -> -0x1.bb2495e17e34cp+2 (-6.924108)
-//   c0 + c1*p + c2*p*p + c3*p*p*p -> -6.9241079999999995
-TEST(EvaluatePolynomial, FollowsHornersSchemeBitForBit) {
-  const CalibrationRecord record =
-      RecordWith(3, {-4.345, -4.868, 3.375, -2.406});
-  EXPECT_EQ(std::bit_cast<uint64_t>(EvaluatePolynomial(record, 0.7)),
-            std::bit_cast<uint64_t>(-0x1.bb2495e17e34cp+2));
-}
-
 }  // namespace
 }  // namespace kvx

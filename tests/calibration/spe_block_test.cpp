@@ -130,42 +130,6 @@ TEST_F(Spe, RegionsLoadWithStartMinusOneAndDoNotSurviveADumpAndLoad) {
   EXPECT_EQ(count, 0);
 }
 
-TEST_F(Spe, AFailedLoadKeepsTheCalibrationAndTheOldScanPattern) {
-  const KvxLong tbl = INT_MIN | CalibUnitNanometers;
-  // Unit, table length (table set unless 0), second region.
-  // clang-format off
-  const struct { KvxLong unit, tableLength, start, width, divisor;
-                 KvxULong code; } cases[] = {
-      {tbl, 0, 0, 0, 0, 11028}, {tbl, -1024, 0, 0, 0, 11028},
-      {tbl, 1024, 300, 10, 0, 11008},  // the copied table is released
-      {2, 0, -5, 10, 5, 11006}, {2, 0, INT_MAX - 5, 100, 10, 11006}};
-  // clang-format on
-  const CalibrationRecord before = Active(h);
-  for (const auto& c : cases) {
-    SpeCalibrationBlock b = Block();
-    Put(b, KVX_SPE_INPUT_UNIT, c.unit);
-    Put(b, KVX_SPE_DISPLAY_UNIT, c.unit);
-    if (c.tableLength != 0) Put(b, KVX_SPE_TABLE, table.data());
-    Put(b, KVX_SPE_TABLE_LENGTH, c.tableLength);
-    PutRegion(b, 1, c.start, c.width, c.divisor);
-    EXPECT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), c.code);
-    const CalibrationRecord after = Active(h);
-    EXPECT_EQ(std::memcmp(&before, &after, sizeof before), 0);
-    KvxLong pixels = 0;
-    EXPECT_EQ(Pattern(2, &pixels)[1].startPixel, 601);
-    EXPECT_EQ(pixels, 1024);
-  }
-  SpeCalibrationBlock b = Block();
-  EXPECT_EQ(CalibLoadSPECalibration(h, &b, 503), 11037u);
-  EXPECT_EQ(CalibLoadSPECalibration(h, nullptr, sizeof b), 11000u);
-  // Overlapping regions (pixels 10-109 and 49-58): the detector must be
-  // loaded again afterwards, as after any overlapping region add.
-  PutRegion(b, 1, 50, 10, 5);
-  EXPECT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 11005u);
-  KvxLong count = 0;
-  EXPECT_EQ(CalibNumberOfX_ROIs(h, &count), 11011u);
-}
-
 TEST_F(Spe, DumpWritesAngstromsInNanometresAndOrderOne) {
   CalibrationRecord r = Active(h);
   std::tie(r.inputUnit, r.displayUnit, r.polyOrder, r.pointCount, r.enabled) =
@@ -208,6 +172,42 @@ TEST_F(Spe, ADumpedTableIsAFreshCopyTheHostReleases) {
   EXPECT_EQ(KvxFreeSPECalibrationTable(&b, sizeof b), 0u);
   EXPECT_EQ(Get<double*>(b, KVX_SPE_TABLE), nullptr);
   EXPECT_EQ(Get<KvxLong>(b, KVX_SPE_TABLE_LENGTH), 0);
+}
+
+TEST_F(Spe, AFailedLoadKeepsTheCalibrationAndTheOldScanPattern) {
+  const KvxLong tbl = INT_MIN | CalibUnitNanometers;
+  // Unit, table length (table set unless 0), second region.
+  // clang-format off
+  const struct { KvxLong unit, tableLength, start, width, divisor;
+                 KvxULong code; } cases[] = {
+      {tbl, 0, 0, 0, 0, 11028}, {tbl, -1024, 0, 0, 0, 11028},
+      {tbl, 1024, 300, 10, 0, 11008},  // the copied table is released
+      {2, 0, -5, 10, 5, 11006}, {2, 0, INT_MAX - 5, 100, 10, 11006}};
+  // clang-format on
+  const CalibrationRecord before = Active(h);
+  for (const auto& c : cases) {
+    SpeCalibrationBlock b = Block();
+    Put(b, KVX_SPE_INPUT_UNIT, c.unit);
+    Put(b, KVX_SPE_DISPLAY_UNIT, c.unit);
+    if (c.tableLength != 0) Put(b, KVX_SPE_TABLE, table.data());
+    Put(b, KVX_SPE_TABLE_LENGTH, c.tableLength);
+    PutRegion(b, 1, c.start, c.width, c.divisor);
+    EXPECT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), c.code);
+    const CalibrationRecord after = Active(h);
+    EXPECT_EQ(std::memcmp(&before, &after, sizeof before), 0);
+    KvxLong pixels = 0;
+    EXPECT_EQ(Pattern(2, &pixels)[1].startPixel, 601);
+    EXPECT_EQ(pixels, 1024);
+  }
+  SpeCalibrationBlock b = Block();
+  EXPECT_EQ(CalibLoadSPECalibration(h, &b, 503), 11037u);
+  EXPECT_EQ(CalibLoadSPECalibration(h, nullptr, sizeof b), 11000u);
+  // Overlapping regions (pixels 10-109 and 49-58): the detector must be
+  // loaded again afterwards, as after any overlapping region add.
+  PutRegion(b, 1, 50, 10, 5);
+  EXPECT_EQ(CalibLoadSPECalibration(h, &b, sizeof b), 11005u);
+  KvxLong count = 0;
+  EXPECT_EQ(CalibNumberOfX_ROIs(h, &count), 11011u);
 }
 
 }  // namespace

@@ -5,27 +5,6 @@
 namespace kvx_detector_test {
 namespace {
 
-TEST(DetectorRecord,
-     SizeZeroIsAcceptedByValidateAndInitializeButNotByAddOrDump) {
-  Handle h;
-  DetectorRecord d;
-  std::memset(&d, 0xAB, sizeof d);
-  EXPECT_EQ(CalibInitializeDetector(h, &d, 177), 11017u);
-  EXPECT_EQ(CalibInitializeDetector(h, nullptr, 0), 11000u);
-  EXPECT_EQ(CalibInitializeDetector(h, &d, 0), 0u);
-  const DetectorRecord zero{};
-  EXPECT_EQ(std::memcmp(&d, &zero, sizeof d), 0);
-
-  d = Detector(100);
-  EXPECT_EQ(CalibValidateDetector(h, &d, 0), 0u);
-  EXPECT_EQ(CalibValidateDetector(h, &d, 175), 11017u);
-  KvxULong newId = 77;
-  EXPECT_EQ(CalibAddDetector(h, &d, 0, &newId), 11017u);
-  EXPECT_EQ(newId, 0u);
-  ASSERT_EQ(CalibLoadDetector(h, &d, sizeof d), 0u);
-  EXPECT_EQ(CalibDumpDetector(h, &d, 0), 11017u);
-}
-
 // Validation and load answer alike; a refused load leaves the fresh entry
 // unloaded, and no load takes the record's detectorId.
 TEST(DetectorRecord, ValidationAndLoadAnswerTheFirstFault) {
@@ -118,6 +97,19 @@ TEST(DetectorRecord, FailedAddStillReportsTheNewIdAndLeavesABlankEntry) {
   EXPECT_EQ(RegionCount(h), -1);  // not loaded
 }
 
+TEST(DetectorRecord,
+     RemovingAnUnknownIdSucceedsAndTheOnlyDetectorStaysBlankWithItsId) {
+  Handle h;
+  LoadWithRegions(h, 100, {{1, 1, 10, 2}});
+  const KvxULong id = ActiveId(h);
+  EXPECT_EQ(CalibRemoveDetectorID(h, id ^ 0x5A5A5A5Au), 0u);
+  EXPECT_EQ(CalibSetActiveDetectorID(h, id ^ 0x5A5A5A5Au), 11012u);
+  EXPECT_EQ(RegionCount(h), 1);  // nothing changed
+  EXPECT_EQ(CalibRemoveDetectorID(h, id), 0u);
+  EXPECT_EQ(ActiveId(h), id);
+  EXPECT_EQ(RegionCount(h), -1);  // blank, not loaded
+}
+
 TEST(DetectorRecord, AddKeepsTheActiveDetectorAndRemovingItActivatesTheFirst) {
   Handle h;
   const KvxULong first = ActiveId(h);
@@ -140,16 +132,24 @@ TEST(DetectorRecord, AddKeepsTheActiveDetectorAndRemovingItActivatesTheFirst) {
 }
 
 TEST(DetectorRecord,
-     RemovingAnUnknownIdSucceedsAndTheOnlyDetectorStaysBlankWithItsId) {
+     SizeZeroIsAcceptedByValidateAndInitializeButNotByAddOrDump) {
   Handle h;
-  LoadWithRegions(h, 100, {{1, 1, 10, 2}});
-  const KvxULong id = ActiveId(h);
-  EXPECT_EQ(CalibRemoveDetectorID(h, id ^ 0x5A5A5A5Au), 0u);
-  EXPECT_EQ(CalibSetActiveDetectorID(h, id ^ 0x5A5A5A5Au), 11012u);
-  EXPECT_EQ(RegionCount(h), 1);  // nothing changed
-  EXPECT_EQ(CalibRemoveDetectorID(h, id), 0u);
-  EXPECT_EQ(ActiveId(h), id);
-  EXPECT_EQ(RegionCount(h), -1);  // blank, not loaded
+  DetectorRecord d;
+  std::memset(&d, 0xAB, sizeof d);
+  EXPECT_EQ(CalibInitializeDetector(h, &d, 177), 11017u);
+  EXPECT_EQ(CalibInitializeDetector(h, nullptr, 0), 11000u);
+  EXPECT_EQ(CalibInitializeDetector(h, &d, 0), 0u);
+  const DetectorRecord zero{};
+  EXPECT_EQ(std::memcmp(&d, &zero, sizeof d), 0);
+
+  d = Detector(100);
+  EXPECT_EQ(CalibValidateDetector(h, &d, 0), 0u);
+  EXPECT_EQ(CalibValidateDetector(h, &d, 175), 11017u);
+  KvxULong newId = 77;
+  EXPECT_EQ(CalibAddDetector(h, &d, 0, &newId), 11017u);
+  EXPECT_EQ(newId, 0u);
+  ASSERT_EQ(CalibLoadDetector(h, &d, sizeof d), 0u);
+  EXPECT_EQ(CalibDumpDetector(h, &d, 0), 11017u);
 }
 
 }  // namespace

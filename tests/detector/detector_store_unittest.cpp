@@ -19,40 +19,6 @@ class LoadedStore : public ::testing::Test {
   DetectorStore store;
 };
 
-TEST_F(LoadedStore, CountDataPointsSumsTheGroupsOnlyWhileThePatternIsEnabled) {
-  EXPECT_EQ(store.AddRegion32(nullptr), NqeNullPointer);
-  Add({1, 1, 2, 5});
-  Add({2, 11, 5, 2});
-  EXPECT_EQ(store.dataPointCount, 100);  // adding regions does not count
-  int32_t n = 0;
-  ASSERT_EQ(store.CountDataPoints(&n), NqeSuccess);
-  EXPECT_TRUE(n == 7 && store.dataPointCount == 7);
-  store.SetScanState(false);
-  ASSERT_EQ(store.CountDataPoints(nullptr), NqeSuccess);
-  EXPECT_EQ(store.dataPointCount, 100);
-}
-
-TEST_F(LoadedStore, CentersFollowTheEnabledPatternAndFailOnARegionAtTheEnd) {
-  // Regions 11..20 and 31..36: center (11 + 36) * 0.5 = 23.5, detector
-  // center (100 + 1) * 0.5 = 50.5, offset 23.5 - 50.5 = -27.
-  Add({1, 11, 5, 2});
-  Add({2, 31, 3, 2});
-  int32_t first = 0, last = 0;
-  double center = 0.0, offset = 0.0, detector = 0.0;
-  ASSERT_EQ(store.GetFirstPixel(&first), NqeSuccess);
-  ASSERT_EQ(store.GetLastPixel(&last), NqeSuccess);
-  ASSERT_EQ(store.GetActiveCenter(&center), NqeSuccess);
-  ASSERT_EQ(store.GetCenterOffset(&offset), NqeSuccess);
-  ASSERT_EQ(store.GetDetectorCenter(&detector), NqeSuccess);
-  EXPECT_TRUE(first == 11 && last == 36);
-  EXPECT_TRUE(center == 23.5 && offset == -27.0 && detector == 50.5);
-  store.SetScanState(false);
-  ASSERT_EQ(store.GetCenterOffset(&offset), NqeSuccess);
-  EXPECT_EQ(offset, 0.0);
-  Add({3, 91, 2, 5});  // 91..100, which the detector check refuses
-  EXPECT_EQ(store.GetCenterOffset(&offset), NqeRegionOutOfRange);
-}
-
 TEST_F(LoadedStore, PatternLoadReadsThe32ByteFormAndItsDumpWritesNothing) {
   // link, id, start, binning, groups, reserved x3
   const int32_t words[2][8] = {{-1, 4, 3, 2, 5, 1, 2, 3},
@@ -69,18 +35,6 @@ TEST_F(LoadedStore, PatternLoadReadsThe32ByteFormAndItsDumpWritesNothing) {
   EXPECT_EQ(out[1], 0);
   EXPECT_EQ(store.LoadScanPattern(words, 2, 24), NqeBadRegionSize);
   EXPECT_EQ(regions.size(), 2u);
-}
-
-TEST_F(LoadedStore, SumsAndEndsBeyond32BitsAreRefused) {
-  // Negative group counts put the last pixels far below pixel 1.
-  // Region 1 ends at 2 - 2^32 - 1; region 2 (last pixel 3 + INT_MIN - 1)
-  // goes in front of it, so region 1 stays the last one in the list.
-  Add({1, 2, 2, INT_MIN});
-  Add({2, 3, 1, INT_MIN});
-  ASSERT_EQ(store.ActiveEntry()->regions.back().id, 1);
-  EXPECT_EQ(store.CountDataPoints(nullptr), NqeBadRegionShape);
-  int32_t last = 0;
-  EXPECT_EQ(store.GetLastPixel(&last), NqeRegionOutOfRange);
 }
 
 TEST(DetectorStoreUnit, ClearAllDetectorsLeavesDetectorCountUnchanged) {

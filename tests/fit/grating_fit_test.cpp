@@ -165,6 +165,17 @@ TEST(Uncertainties, MatchTheScatterOfRepeatedFits) {
   }
 }
 
+// As many lines as free parameters: a solution, but no uncertainty.
+TEST(Uncertainties, WithoutADegreeOfFreedomTheyAreUndetermined) {
+  Instrument h;
+  const Fit r = FitLines(h, Lines(kTruth, {500.6}, 4, 0.0, 1), {500});
+  ASSERT_EQ(r.code, 0u);
+  EXPECT_EQ(r.fit.focalLengthSigma, -1.0);
+  EXPECT_EQ(r.fit.inclusionAngleSigma, -1.0);
+  EXPECT_EQ(r.fit.detectorAngleSigma, -1.0);
+  EXPECT_EQ(r.spectra[0].centerSigma, -1.0);
+}
+
 class Install : public ::testing::TestWithParam<double> {};
 
 // With a center pixel offset o the focal-plane center sits at pixel

@@ -99,6 +99,17 @@ INSTANTIATE_TEST_SUITE_P(
               {2048.0, 504.8696132734837, 0.004470817074180118}}}),
     [](const auto& info) { return info.param.name; });
 
+// A parabola through three points: exact, without uncertainty.
+TEST(PolynomialFit, WithoutADegreeOfFreedomTheSigmasAreUndetermined) {
+  const double x[3] = {1, 2, 3}, y[3] = {1, 4, 9};
+  KvxPolynomialFit fit{};
+  ASSERT_EQ(KvxFitPolynomial(x, y, 3, 2, nullptr, &fit, nullptr), 0u);
+  double at4 = 0.0;
+  ASSERT_EQ(KvxEvaluatePolynomialFit(&fit, 4.0, &at4), 0u);
+  EXPECT_NEAR(at4, 16.0, 1e-12);
+  for (int k = 0; k < 3; ++k) EXPECT_EQ(fit.sigmas[k], -1.0);
+}
+
 struct Refusal {
   const char* name;
   std::vector<double> x;

@@ -123,60 +123,6 @@ TEST_F(Glue, WavelengthInputOntoWavenumberAxisIsTurnedAround) {
   ExpectData(kC);
 }
 
-TEST_F(Glue, IncrementalGlueMatchesAndAveragesABlockInsideFilledOutput) {
-  ASSERT_EQ(Start({kA1, kA2}), 0u);
-  ExpectData(kA);
-  Block inside({{2, 3, 4, 5}, {100, 100, 100, 100}});
-  ASSERT_EQ(Inc(inside), 0u);
-  ExpectData({1, 2, 51.5, 52.75, 55, 60.125, 35, 45, 55, 65, 0});
-  EXPECT_EQ(CalibCleanupIncGlue(h_), 0u);
-  EXPECT_EQ(CalibCleanupIncGlue(h_), 11074u);
-  // A new initialisation starts without coverage; the data is the caller's.
-  ASSERT_EQ(Start({kA1}), 0u);
-  ASSERT_EQ(Start({kA2}), 0u);
-  ExpectData({0, 0, 0, 10, 15, 25, 35, 45, 55, 65, 0});  // by hand
-}
-
-TEST_F(Glue, FailedMergesLeaveOutputAndCoverageAlone) {
-  ASSERT_EQ(Start({kA1}), 0u);
-  const V before = data_;
-  const double nan = std::numeric_limits<double>::quiet_NaN();
-  const double inf = std::numeric_limits<double>::infinity();
-  const std::tuple<const char*, V, int32_t, int32_t, int32_t, KvxULong>
-      cases[] = {{"one point", {4}, 1, 1, 5, 11078u},
-                 {"frames", {4, 5}, 2, 1, 5, 11075u},
-                 {"zero frames", {4, 5}, 0, 1, 5, 11075u},
-                 {"layout", {4, 5}, 1, 2, 5, 11076u},
-                 {"data type", {4, 5}, 1, 1, 9, 11076u},
-                 {"NaN", {4, nan, 6}, 1, 1, 5, 11077u},
-                 {"infinite", {4, 5, inf}, 1, 1, 5, 11077u},
-                 {"not monotonic", {4, 6, 5}, 1, 1, 5, 11077u},
-                 {"repeated", {4, 4, 5}, 1, 1, 5, 11077u},
-                 {"outside", {12, 13}, 1, 1, 5, 11077u},
-                 {"over 2^31 cells", {-1e12, 5, 1e12}, 1, 1, 5, 11077u}};
-  for (const auto& [what, x, frames, layout, type, code] : cases) {
-    Block b({x, V(x.size() * 2, 50.0)});
-    b.g.numFrames = frames;
-    b.g.layout = layout;
-    b.g.dataType = type;
-    EXPECT_EQ(Inc(b), code) << what;
-  }
-  Block b(kA2);
-  b.g.xValues = nullptr;
-  EXPECT_EQ(Inc(b), 11077u);
-  b.g.xValues = b.x.data();
-  CalibrationRecord outCal;
-  ASSERT_EQ(CalibInitializeCalibration(h_, &outCal, sizeof outCal), 0u);
-  out_.calibration = &outCal;  // an input without a calibration gives no unit
-  EXPECT_EQ(Inc(b), 11077u);
-  out_.calibration = nullptr;
-  GlueSpectrum other = out_;
-  EXPECT_EQ(CalibGlueIncInput(h_, &other, &b.g), 11078u);
-  EXPECT_EQ(data_, before);
-  ASSERT_EQ(Inc(b), 0u);  // still blends with the first block only
-  ExpectData(kA);
-}
-
 TEST_F(Glue, BlocksAtTheEndsOfTheRange) {
   const std::pair<std::vector<XV>, V> cases[] = {
       // Kept: the run at output point 0 is not taken as the block's start,
@@ -204,13 +150,6 @@ TEST_F(Glue, FailedValidationIsHiddenUnlessOutputDataIsRemembered) {
   EXPECT_EQ(CalibGlueInput(h_, &noX.g, 1, &out_), 11077u);
 }
 
-TEST_F(Glue, OutputGluedIntoItselfStaysAsItWas) {
-  ASSERT_EQ(Start({kA1, kA2}), 0u);
-  for (size_t i = 0; i < x_.size(); ++i) x_[i] = static_cast<double>(i);
-  ASSERT_EQ(CalibGlueIncInput(h_, &out_, &out_), 0u);
-  ExpectData(kA);
-}
-
 TEST_F(Glue, PointCountFollowsTheRangeAndStepsBelowAMinimumAreRefused) {
   const double nan = std::numeric_limits<double>::quiet_NaN();
   const std::tuple<double, double, double, KvxULong, int32_t> cases[] = {
@@ -227,32 +166,6 @@ TEST_F(Glue, PointCountFollowsTheRangeAndStepsBelowAMinimumAreRefused) {
     EXPECT_EQ(CalibValidateGlue(h_, &a.g, 1, &out), code) << step;
     EXPECT_EQ(out.numPoints, count) << start << " " << end;
   }
-}
-
-TEST(GlueExports, NewModelHasNoRangeYetAndNullArgumentsAreRefused) {
-  // The range and step start at 0: no glue until the host sets them.
-  kvx_test::Handle h(CalibModeAutomatic);
-  Block in({{500, 501}, {1, 2}});
-  CalibrationRecord cal{};
-  cal.displayUnit = 7;
-  GlueSpectrum out{};
-  out.numPoints = 99;
-  out.calibration = &cal;
-  EXPECT_EQ(CalibValidateGlue(h, &in.g, 1, &out), 11079u);
-  // The output was prepared before the range was checked.
-  EXPECT_EQ(out.numPoints, 0);
-  EXPECT_EQ(out.calibration, &cal);
-  EXPECT_EQ(cal.displayUnit, CalibUnitNanometers);
-  EXPECT_EQ(CalibInitIncStepAndGlue(h, &out, 1), 11079u);
-  EXPECT_EQ(CalibGlueIncInput(h, &out, &in.g), 11074u);
-  EXPECT_EQ(CalibCleanupIncGlue(h), 11074u);
-  const KvxULong nulls[] = {CalibValidateGlue(h, nullptr, 1, &out),
-                            CalibValidateGlue(h, &in.g, 0, &out),
-                            CalibValidateGlue(h, &in.g, 1, nullptr),
-                            CalibGlueInput(h, &in.g, -1, &out),
-                            CalibInitIncStepAndGlue(h, nullptr, 1),
-                            CalibInitIncStepAndGlue(h, &out, 0)};
-  for (KvxULong code : nulls) EXPECT_EQ(code, 11078u);
 }
 
 }  // namespace

@@ -77,60 +77,6 @@ TEST_F(Peaks, KeepsTheStrongestInPositionOrderAndCountsEveryPeak) {
   }
 }
 
-// Every type is read by value (unsigned ones as unsigned) and, at a
-// threshold of 50 %, only curvature above half the largest is a peak. By
-// hand: 50 0 100 0 50 has curvature 200 - 50 - 50 = 100 at its middle and
-// at most 0 elsewhere; a lone v has 2 v. So beside it 30 is a peak (60 >
-// 50) and 25 is not (50 = 50); beside a lone all-ones unsigned spike
-// (curvature 2 * max) neither is. Unknown types read as zeros.
-TEST_F(Peaks, ReadsEverySampleTypeByValueAndThresholdsOnTheLargestCurvature) {
-  ASSERT_EQ(CalibSetDoubleParam(h, CalibParamPeakThreshold, 50.0), 0u);
-  // clang-format off
-  const struct { KvxLong type; size_t width; double top, side; KvxLong count; }
-      cases[] = {{1, 1, 100, 50, 2}, {2, 2, 100, 50, 2}, {3, 4, 100, 50, 2},
-                 {4, 4, 100, 50, 2}, {5, 8, 100, 50, 2}, {6, 1, -1, 0, 1},
-                 {7, 2, -1, 0, 1}, {8, 4, -1, 0, 1}, {0, 4, 100, 50, 0},
-                 {9, 4, 100, 50, 0}};
-  // clang-format on
-  for (const auto& c : cases) {
-    for (int at : {5, 50, 94}) {  // the largest at the start, middle, end
-      std::vector<unsigned char> bytes(100 * c.width, 0);
-      const auto put = [&](int k, double v) {
-        const float f = static_cast<float>(v);
-        const auto i = static_cast<long long>(v);
-        const void* x[] = {&i, &i, &i, &i, &f, &v};
-        std::memcpy(&bytes[k * c.width],
-                    x[c.type == 4 || c.type == 5 ? c.type : 0], c.width);
-      };
-      put(at - 2, c.side), put(at, c.top), put(at + 2, c.side);
-      put((at + 33) % 100, 30), put((at + 66) % 100, 25);
-      SpectrumData s = Spectrum(bytes.data(), 100, c.type);
-      KvxLong count = -1;
-      ASSERT_EQ(CalibFindPeaks(h, &s, nullptr, nullptr, 0, &count), 0u);
-      EXPECT_EQ(count, c.count) << c.type << " " << at;
-    }
-  }
-}
-
-TEST_F(Peaks, SpectraWithoutSamplesWriteNothingAndNullOutputsAreRefused) {
-  std::vector<double> d = Spikes({{20, 1.0}});
-  double pos[2] = {-7, -7}, val[2] = {-7, -7}, near = -7;
-  KvxLong count = -7;
-  for (auto [data, n] :
-       {std::pair(d.data(), 0), {d.data(), -1}, {nullptr, 100}}) {
-    SpectrumData s = Spectrum(data, n);
-    EXPECT_EQ(CalibFindPeaks(h, &s, pos, val, 1, &count), 0u);
-    EXPECT_EQ(CalibFindNearestPeak(h, &s, 21.0, &near), 0u);
-  }
-  SpectrumData s = Spectrum(d.data(), 100);
-  EXPECT_EQ(CalibFindPeaks(h, &s, pos, val, 0, &count), 0u);  // counts only
-  EXPECT_EQ(pos[0] + val[0] + near + count, -20.0);
-  EXPECT_EQ(CalibFindPeaks(h, nullptr, pos, val, 2, &count), 11000u);
-  EXPECT_EQ(CalibFindPeaks(h, &s, nullptr, val, 2, &count), 11000u);
-  EXPECT_EQ(CalibFindPeaks(h, &s, pos, val, 2, nullptr), 11000u);
-  EXPECT_EQ(CalibFindNearestPeak(h, &s, 21.0, nullptr), 11000u);
-}
-
 // The position is where the baseline-corrected area is split in half.
 // Nearest peak: ties go forward; a peak no valley closes is reported at
 // 0.0; NaN curvature is never above the threshold, an infinite sample makes

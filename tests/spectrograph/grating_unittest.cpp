@@ -73,45 +73,6 @@ TEST_F(Grating, PixelArrayIsBitIdenticalToSinglePixels) {
   }
 }
 
-TEST_F(Grating, UnreachableAndDegenerateSettings) {
-  double v = 0.0;
-  for (double center : {2000.0, nan}) {
-    EXPECT_EQ(PixelWavelength(model(), center, 100.0, &v),
-              NqeWavelengthUnreachable);
-    EXPECT_TRUE(v == center || (std::isnan(v) && std::isnan(center)));
-  }
-  EXPECT_EQ(CenterResolution(model(), nullptr), NqeNullPointer);
-  EXPECT_EQ(GratingRotationAngle(model(), 1.0, 30.0, nullptr), NqeNullPointer);
-  double limit = -1.0;
-  model().optics.inclusionAngle = 181.0;
-  EXPECT_EQ(TestWavelength(model(), 500.0, &limit), NqeAngleOutOfRange);
-  EXPECT_EQ(limit, -1.0);
-  // Groove density 0 (every pixel sees the center): nothing is reachable.
-  model().optics.inclusionAngle = 30.0;
-  model().optics.grooveDensity = 0.0;
-  EXPECT_EQ(TestWavelength(model(), 500.0, &limit), NqeWavelengthUnreachable);
-  EXPECT_EQ(limit, 0.0);
-  // Beyond reach, the pixel array skips the pixels, the data points stop.
-  model().optics.grooveDensity = 1200.0;
-  model().center.effectiveCenter = 2000.0;
-  std::vector<double> values(1024, -7.0);
-  EXPECT_EQ(object.CalcCalibPixelArray(1024, values.data()), ok);
-  EXPECT_EQ(values.front(), -7.0);
-  EXPECT_EQ(object.CalcDataPointCalibArray(1024, values.data()),
-            NqeWavelengthUnreachable);
-  EXPECT_EQ(values.back(), -7.0);
-}
-
-TEST_F(Grating, OnlyTheModelsCalibValueConvertsTheUnit) {
-  object.Calibrations().ActiveRecord()->displayUnit = CalibUnitWavenumbers;
-  model().center.effectiveCenter = 500.0;
-  double nm = 0.0, converted = 0.0;
-  ASSERT_EQ(object.DataPointToCalibValue(700.0, &nm), ok);
-  ExpectDigits(nm, 511.2832735397793);
-  ASSERT_EQ(object.CalcDataPointCalibValue(500.0, 700.0, &converted), ok);
-  ExpectDigits(converted, 19558.629271727918);
-}
-
 TEST_F(Grating, EffectiveCenterPutsTheRequestOnTheOffsetCenter) {
   SpectrographModel& m = model();
   m.optics.centerPixelOffset = 10.0;
@@ -172,40 +133,43 @@ TEST_F(Grating, StepCountRoundsWithinAMarginAndCentersOverlap) {
   EXPECT_EQ(steps, INT32_MIN);
 }
 
-TEST_F(Grating, ModelCalibrationUsesFirstQuarterAndLastPixels) {
-  model().center.effectiveCenter = 500.0;  // c = 512.5 below
-  ASSERT_EQ(SetupSpecCalArray(model()), ok);
-  const CalibrationRecord& r = *object.Calibrations().ActiveRecord();
-  const double positions[] = {1.0, 256.75, 512.5, 768.25, 1024.0};
-  const double values[] = {468.6352237301039, 484.4177133745535, 500.0,
-                           515.3588252936914, 530.4719173405292};
-  for (int i = 0; i < 5; ++i) {
-    EXPECT_EQ(r.pointPosition[i], positions[i]);
-    ExpectDigits(r.pointValue[i], values[i]);
-  }
-  EXPECT_EQ(r.polyOrder * 1000 + r.pointCount * 100 + r.valid, 4501);
-  EXPECT_EQ(r.tableLength, 1024);
+TEST_F(Grating, OnlyTheModelsCalibValueConvertsTheUnit) {
+  object.Calibrations().ActiveRecord()->displayUnit = CalibUnitWavenumbers;
+  model().center.effectiveCenter = 500.0;
+  double nm = 0.0, converted = 0.0;
+  ASSERT_EQ(object.DataPointToCalibValue(700.0, &nm), ok);
+  ExpectDigits(nm, 511.2832735397793);
+  ASSERT_EQ(object.CalcDataPointCalibValue(500.0, 700.0, &converted), ok);
+  ExpectDigits(converted, 19558.629271727918);
 }
 
-TEST_F(Grating, TargetSlotsRecordTheirCenterAndRestoreTheOwn) {
-  SpectrographModel& m = model();
-  m.optics.centerPixelOffset = 10.0;
-  ASSERT_EQ(SetCenterWavelength(m, 500.0), ok);
-  EXPECT_EQ(SetTargetWaveLength(m, 5, 600.0), NqeBadNumber);
-  EXPECT_EQ(SetRefCursorPosition(m, 0, 1.0), NqeBadNumber);
-  ASSERT_EQ(SetTargetWaveLength(m, 2, 600.0), ok);
-  ExpectDigits(m.targets[1].effectiveCenter, 600.5777047945543);
-  EXPECT_EQ(m.lastTargetSlot, 1);
-  ASSERT_EQ(SetTargetWaveLength(m, 1, 99999.0), ok);
-  ExpectDigits(m.targets[0].effectiveCenter, 500.6050726739171);
-  EXPECT_EQ(m.center.requestedCenter, 500.0);
-  ExpectDigits(m.center.effectiveCenter, 500.6050726739171);
-  double read = 0.0;
-  ASSERT_EQ(GetTargetWaveLength(m, 1, &read), ok);
-  EXPECT_EQ(read, 99999.0);
-  ASSERT_EQ(SetRefCursorPosition(m, 4, 333.5), ok);
-  ASSERT_EQ(GetRefCursorPosition(m, 4, &read), ok);
-  EXPECT_EQ(read, 333.5);
+TEST_F(Grating, UnreachableAndDegenerateSettings) {
+  double v = 0.0;
+  for (double center : {2000.0, nan}) {
+    EXPECT_EQ(PixelWavelength(model(), center, 100.0, &v),
+              NqeWavelengthUnreachable);
+    EXPECT_TRUE(v == center || (std::isnan(v) && std::isnan(center)));
+  }
+  EXPECT_EQ(CenterResolution(model(), nullptr), NqeNullPointer);
+  EXPECT_EQ(GratingRotationAngle(model(), 1.0, 30.0, nullptr), NqeNullPointer);
+  double limit = -1.0;
+  model().optics.inclusionAngle = 181.0;
+  EXPECT_EQ(TestWavelength(model(), 500.0, &limit), NqeAngleOutOfRange);
+  EXPECT_EQ(limit, -1.0);
+  // Groove density 0 (every pixel sees the center): nothing is reachable.
+  model().optics.inclusionAngle = 30.0;
+  model().optics.grooveDensity = 0.0;
+  EXPECT_EQ(TestWavelength(model(), 500.0, &limit), NqeWavelengthUnreachable);
+  EXPECT_EQ(limit, 0.0);
+  // Beyond reach, the pixel array skips the pixels, the data points stop.
+  model().optics.grooveDensity = 1200.0;
+  model().center.effectiveCenter = 2000.0;
+  std::vector<double> values(1024, -7.0);
+  EXPECT_EQ(object.CalcCalibPixelArray(1024, values.data()), ok);
+  EXPECT_EQ(values.front(), -7.0);
+  EXPECT_EQ(object.CalcDataPointCalibArray(1024, values.data()),
+            NqeWavelengthUnreachable);
+  EXPECT_EQ(values.back(), -7.0);
 }
 
 }  // namespace

@@ -58,21 +58,5 @@ TEST_F(Automatic, OnlyMirrorPositionOnePicksTheSideExitGratings) {
   }
 }
 
-// The optics' fill from the spectrograph is seen through the optimisation.
-TEST_F(Automatic, GratingPixelWidthComesFromTheDetector) {
-  SpectrographModel* m = &model();
-  SpectrographRecord s = Spectrograph(7);
-  TurretRecord t = Turret(1, 2);
-  GratingRecord g[2] = {Grating(1), Grating(2, 600.0)};
-  g[1].pixelWidth = 13.5;
-  ASSERT_EQ(m->LoadSpectrograph(&s, sizeof s), NqeSuccess);
-  ASSERT_EQ(m->LoadTurrets(&t, sizeof t, 1), NqeSuccess);
-  ASSERT_EQ(m->LoadGratings(g, sizeof g, 2), NqeSuccess);
-  EXPECT_EQ(m->ActiveTurret()->gratings.front().pixelWidth, 26.0);
-  // The detector's pixel size replaces the grating's own in the optics.
-  ASSERT_EQ(m->SelectGrating(2), NqeSuccess);
-  EXPECT_EQ(m->geometry.pixelWidth, 26.0);
-}
-
 }  // namespace
 }  // namespace kvx
