@@ -1,12 +1,9 @@
-// The split objective of the searches against the grating equation itself,
-// the number of evaluations the scans make, and lines the grating cannot
-// reach.
+// The split objective of the searches against the grating equation itself.
 #include <gtest/gtest.h>
 
 #include <bit>
 #include <cstdint>
 
-#include "optimise/disp_params.h"
 #include "optimise/dispersion_objective.h"
 #include "optimise/target_data.h"
 #include "spectrograph/model_fixture.h"
@@ -26,15 +23,6 @@ class Dispersion : public ExampleModel {
     EXPECT_EQ(CalcDispersionTargetData(model(), 546.07, 435.83), NqeSuccess);
     for (int k = 0; k < 4; ++k) model().targets[k].referenceCursor += moves[k];
   }
-  // Returns the scans' evaluations.
-  uint64_t Optimise() {
-    uint64_t n = 0;
-    EXPECT_EQ(OptimizeSpectrograph(
-                  model(), {&out[0], &out[1], &out[2], &out[3], &out[4]}, &n),
-              NqeSuccess);
-    return n;
-  }
-  double out[5] = {};
 };
 
 // Zero and non-zero detector angles, and inclusion angles and groove
