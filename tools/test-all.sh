@@ -162,21 +162,6 @@ if build_config build-mingw KelvoCalibrate -DCMAKE_BUILD_TYPE=Release \
   else
     fail "build-mingw: export table"
   fi
-  # A Windows host loads the DLL under Wine, resolves every export by name
-  # and ordinal and runs a manual and an automatic session.
-  if kvx_ensure_wine >build-mingw/logs/wine-install.log 2>&1 &&
-    step "build-mingw: host under Wine" build-mingw/logs/wine.log \
-      bash -c 'i686-w64-mingw32-gcc -std=c11 -Wall -Wextra -Werror -O1 \
-        -Iinclude tests/windows/wine_host.c -o build-mingw/wine_host.exe \
-        -static && cd build-mingw &&
-        WINEDEBUG=-all WINEPREFIX="$PWD/wineprefix" wine wine_host.exe \
-        KelvoCalibrate.kvx ../src/api/exports.txt'; then
-    tail -n 2 build-mingw/logs/wine.log
-    pass
-  else
-    tail -n 20 build-mingw/logs/wine-install.log
-    fail "build-mingw: host under Wine"
-  fi
 else
   fail "build-mingw: build"
 fi

@@ -139,19 +139,11 @@ TEST_F(PointFile, PointsAreWrittenUpToMaxPointsEvenBeyondTen) {
   EXPECT_TRUE(Unwritten(11));
 }
 
-// --- CalibLoadCalibFile ------------------------------------------------------
-
 // --- the sample file ---------------------------------------------------------
 
-// Values at pixels 1, 512 and 1024 of the least-squares quadratic through
-// each segment of examples/neon-1024.cal, solved exactly with python3
-// fractions (normal equations, Gaussian elimination):
-//   segment 1: c = 582.0007824271398, 0.0599980696004088,
-//              2.0049060987671094e-06
-//              -> 582.0607825016464, 613.2453681669043, 645.5411021153793
-//   segment 2: c = 394.997250739375, 0.18005887941239807,
-//              -2.0652060076694576e-06
-//              -> 395.17730755358133, 486.64601563484825, 577.2120178029726
+// The least-squares quadratic through each segment of examples/neon-1024.cal
+// and its values at pixels 1, 512 and 1024, solved exactly with python3
+// fractions (normal equations, Gaussian elimination); outputs in the table.
 struct SampleSegment {
   KvxLong segment, points;
   double c[3];

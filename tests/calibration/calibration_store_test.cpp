@@ -3,8 +3,6 @@
 // hands over.
 #include <gtest/gtest.h>
 
-#include <cstdio>
-#include <cstring>
 #include <memory>
 #include <utility>
 #include <vector>
@@ -15,10 +13,6 @@
 namespace {
 
 using namespace calibration_fixtures;
-
-// --- the list of calibrations ---
-
-using CalibrationList = OnDetector;
 
 // --- removal ---
 

@@ -54,7 +54,6 @@ const ValidationCase kValidationCases[] = {
     {"TableLengthDiffersFromTheDataPoints",
      [](R& r) { r.inputUnit = kTableNm; r.table = table99; r.tableLength = 99; }, NqeTableLengthMismatch},
     {"FlatFitIsNotMonotonic", [](R& r) { r.pointValue[1] = r.pointValue[2] = 500.0; }, NqeNotMonotonic},
-    // 500, 550, 500 nm at 1, 50, 100: the parabola turns at pixel 50.5.
 };
 // clang-format on
 
@@ -133,11 +132,5 @@ TEST_F(CalibrationValidation,
   EXPECT_NEAR(r.coefficients[1], 4.005061381599091, 1e-9);
   EXPECT_NEAR(r.coefficients[2], 0.026352922543708246, 1e-9);
 }
-
-// --- positions: data points for add and load, pixels for validate ---
-
-// Points at 1, 2, 3 with 500, 502, 504 nm: as pixels c0 = 498, c1 = 2; as
-// data points (pixels 11.5, 13.5, 15.5) c1 = 1 and c0 = 500 - 11.5 = 488.5.
-using RegionCalibration = OnRegion;
 
 }  // namespace

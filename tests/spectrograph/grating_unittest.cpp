@@ -57,22 +57,6 @@ TEST_F(Grating, ReproducesTheExampleValues) {
   ExpectDigits(resolution, 0.06050578972292442);
 }
 
-TEST_F(Grating, PixelArrayIsBitIdenticalToSinglePixels) {
-  for (double detectorAngle : {0.0, 5.0}) {
-    model().optics.detectorAngle = detectorAngle;
-    model().optics.centerPixelOffset = 10.0;
-    model().center.effectiveCenter = 500.6050726739171;
-    std::vector<double> array(1024);
-    ASSERT_EQ(object.CalcCalibPixelArray(1024, array.data()), ok);
-    for (int i = 0; i < 1024; ++i) {
-      double single = 0.0;
-      ASSERT_EQ(object.CalcPxlWavLngth(500.6050726739171, i + 1.0, &single),
-                ok);
-      EXPECT_EQ(array[i], single) << "pixel " << i + 1;
-    }
-  }
-}
-
 TEST_F(Grating, EffectiveCenterPutsTheRequestOnTheOffsetCenter) {
   SpectrographModel& m = model();
   m.optics.centerPixelOffset = 10.0;
