@@ -31,7 +31,7 @@ class In {
   void Raw(void* out, size_t k) {
     const size_t t = std::min(k, n_);
     if (t != 0) std::memcpy(out, p_, t);
-    std::memset(static_cast<char*>(out) + t, 0, k - t);
+    if (k > t) std::memset(static_cast<char*>(out) + t, 0, k - t);
     p_ += t;
     n_ -= t;
   }
@@ -45,6 +45,12 @@ class In {
   KvxLong I32() { return Get<int32_t>(); }
   KvxLong I16() { return Get<int16_t>(); }  // counts: -32768..32767
   double F64() { return Get<double>(); }
+  // Mostly a value in [lo, hi] (16 bits of the input), now and then any
+  // double: NaN, infinities, extremes.
+  double Real(double lo, double hi) {
+    if (U8() >= 224) return F64();
+    return lo + (hi - lo) * Get<uint16_t>() / 65535.0;
+  }
   // The rest of the input up to a NUL (or its end), as a C string.
   std::vector<char> Text(size_t max) {
     std::vector<char> s;
