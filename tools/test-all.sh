@@ -4,6 +4,7 @@
 #   build/        native x86-64: all tests, plus the Windows export check
 #   build-x86/    32-bit Linux (-m32): all tests
 #   build-asan/   native with AddressSanitizer + UndefinedBehaviorSanitizer
+#   build-fuzz/   libFuzzer targets: short runs and regression inputs
 #   build-bench/  the benchmarks compile (Release)
 # Installs missing Debian packages first (as root). Ends with the line
 # "N passed, M failed" over all configurations and exits non-zero on any
@@ -156,6 +157,16 @@ if build_config build-asan "" -DCMAKE_BUILD_TYPE=Debug -DKVX_BUILD_TESTS=ON \
     run_ctest build-asan
 else
   fail "build-asan: build"
+fi
+
+# Every libFuzzer target runs briefly (clang, ASan + UBSan) and replays its
+# committed regression inputs.
+if step "build-fuzz: fuzz targets" build-fuzz/logs/fuzz.log \
+  bash "$KVX_ROOT/tools/test-fuzz.sh"; then
+  grep -E '^(FAILED )?[a-z_ ]+: ' build-fuzz/logs/fuzz.log
+  pass
+else
+  fail "build-fuzz: a fuzz target found a fault (build-fuzz/logs/fuzz.log)"
 fi
 
 if build_config build-bench kvx_bench -DCMAKE_BUILD_TYPE=Release \

@@ -66,5 +66,5 @@ for src in "$FUZZ_SRC"/fuzz_*.cpp; do
     FAILED=$((FAILED + 1))
   fi
 done
-echo "fuzz: $PASSED passed, $FAILED failed"
+echo "fuzz summary: $PASSED targets clean, $FAILED with findings"
 [ "$FAILED" -eq 0 ]
