@@ -1,19 +1,22 @@
 #!/usr/bin/env bash
 # A fuzz campaign: every target (or those named) in turn, one at a time,
-# under nice -n 10, for SECONDS each (default 360). Corpora grow in
-# build-fuzz/campaign/corpus/<target>/ from run to run; findings land in
-# build-fuzz/campaign/findings/<target>/. The log
-# build-fuzz/campaign/campaign.log gets one line per run: target, wall
-# seconds, CPU seconds (user + system), executions, findings.
+# under nice -n 10, until it has had CPU_SECONDS of processor time (default
+# 300; on a busy machine that takes longer than 300 s of wall time). Each
+# target runs in chunks of at most 120 s of wall time; its corpus grows in
+# build-fuzz/campaign/corpus/<target>/ from chunk to chunk and from run to
+# run, and findings land in build-fuzz/campaign/findings/<target>/. The log
+# build-fuzz/campaign/campaign.log gets one line per chunk: target, wall
+# seconds, CPU seconds (user + system), executions, findings; the totals
+# per target close the run.
 #
-#   tools/fuzz.sh [SECONDS] [TARGET...]
-# A finding stops that target's run; minimise it with
+#   tools/fuzz.sh [CPU_SECONDS] [TARGET...]
+# A finding ends that target's turn; minimise it with
 #   build-fuzz/tests/fuzz/fuzz_<target> -minimize_crash=1 -runs=10000 FILE
 set -uo pipefail
 
 KVX_ROOT=$(cd "$(dirname "${BASH_SOURCE[0]}")/.." && pwd)
 cd "$KVX_ROOT" || exit 1
-SECONDS_EACH=${1:-360}
+BUDGET=${1:-300}
 shift || true
 bash "$KVX_ROOT/tools/test-fuzz.sh" --build-only || exit 1
 
@@ -33,33 +36,51 @@ if [ ${#targets[@]} -eq 0 ]; then
   done
 fi
 
-status=0
-for target in "${targets[@]}"; do
-  corpus=$CAMPAIGN/corpus/$target
-  findings=$CAMPAIGN/findings/$target
+# chunk <target> <wall seconds>: one run; prints its CPU seconds; returns
+# non-zero on a finding.
+chunk() {
+  local target=$1 wall=$2 corpus=$CAMPAIGN/corpus/$1
+  local findings=$CAMPAIGN/findings/$1 out start rc cpu runs found line
   mkdir -p "$corpus" "$findings"
   out=$CAMPAIGN/$target-$(date -u +%Y%m%dT%H%M%S).log
   start=$(date +%s)
   /usr/bin/time -f '%U %S' -o "$out.cpu" nice -n 10 \
-    "$BUILD/tests/fuzz/fuzz_$target" -max_total_time="$SECONDS_EACH" \
+    "$BUILD/tests/fuzz/fuzz_$target" -max_total_time="$wall" \
     -timeout=25 -rss_limit_mb=2048 -print_final_stats=1 \
     -dict="$FUZZ_SRC/$target.dict" -artifact_prefix="$findings/" \
     "$corpus" "$FUZZ_SRC/corpus/$target" >"$out" 2>&1
   rc=$?
-  wall=$(($(date +%s) - start))
   cpu=$(awk '{printf "%.1f", $1 + $2}' "$out.cpu" 2>/dev/null)
   runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$out")
   found=$(sed -n 's/.*Test unit written to //p' "$out" | head -n 1)
-  line="$(date -u +%FT%TZ) $target wall=${wall}s cpu=${cpu:-?}s runs=${runs:-?}"
+  line="$(date -u +%FT%TZ) $target wall=$(($(date +%s) - start))s"
+  line="$line cpu=${cpu:-0}s runs=${runs:-0}"
   if [ $rc -ne 0 ]; then
     line="$line FINDING ${found:-(exit $rc)}"
-    status=1
   else
     line="$line findings=0"
   fi
-  echo "$line" | tee -a "$LOG"
+  echo "$line" >>"$LOG"
+  echo "$line" >&2
+  echo "${cpu:-0}"
+  return $rc
+}
+
+status=0
+for target in "${targets[@]}"; do
+  spent=0
+  while awk -v s="$spent" -v b="$BUDGET" 'BEGIN { exit !(s < b) }'; do
+    if ! cpu=$(chunk "$target" 120); then
+      status=1
+      break
+    fi
+    spent=$(awk -v s="$spent" -v c="$cpu" 'BEGIN { printf "%.1f", s + c }')
+  done
 done
-awk '{ for (i = 1; i <= NF; i++) if ($i ~ /^cpu=/) { sub(/cpu=/, "", $i);
-  sub(/s$/, "", $i); t += $i } } END { printf "total CPU so far: %.1f min\n",
-  t / 60 }' "$LOG"
+# Totals per target over the whole log (every campaign so far).
+awk '{ for (i = 1; i <= NF; i++) { if ($i ~ /^cpu=/) { v = $i;
+  gsub(/cpu=|s$/, "", v); cpu[$2] += v; total += v }
+  if ($i ~ /^runs=/) { v = $i; sub(/runs=/, "", v); runs[$2] += v } } }
+  END { for (t in cpu) printf "%-14s cpu=%.1f min runs=%d\n", t, cpu[t] / 60,
+  runs[t]; printf "total CPU: %.1f min\n", total / 60 }' "$LOG" | sort
 exit $status
