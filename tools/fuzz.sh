@@ -10,7 +10,8 @@
 # per target close the run.
 #
 #   tools/fuzz.sh [CPU_SECONDS] [TARGET...]
-# A finding ends that target's turn; minimise it with
+# A finding ends that target's turn; Ctrl-C (SIGINT to the fuzzer) ends the
+# campaign after logging the chunk. Minimise a finding with
 #   build-fuzz/tests/fuzz/fuzz_<target> -minimize_crash=1 -runs=10000 FILE
 set -uo pipefail
 
@@ -55,7 +56,9 @@ chunk() {
   found=$(sed -n 's/.*Test unit written to //p' "$out" | head -n 1)
   line="$(date -u +%FT%TZ) $target wall=$(($(date +%s) - start))s"
   line="$line cpu=${cpu:-0}s runs=${runs:-0}"
-  if [ $rc -ne 0 ]; then
+  if [ $rc -eq 72 ]; then # interrupted (SIGINT): stop the campaign
+    line="$line interrupted"
+  elif [ $rc -ne 0 ]; then
     line="$line FINDING ${found:-(exit $rc)}"
   else
     line="$line findings=0"
@@ -70,7 +73,10 @@ status=0
 for target in "${targets[@]}"; do
   spent=0
   while awk -v s="$spent" -v b="$BUDGET" 'BEGIN { exit !(s < b) }'; do
-    if ! cpu=$(chunk "$target" 120); then
+    cpu=$(chunk "$target" 120)
+    rc=$?
+    [ $rc -eq 72 ] && break 2
+    if [ $rc -ne 0 ]; then
       status=1
       break
     fi
