@@ -51,7 +51,7 @@ chunk() {
     -dict="$FUZZ_SRC/$target.dict" -artifact_prefix="$findings/" \
     "$corpus" "$FUZZ_SRC/corpus/$target" >"$out" 2>&1
   rc=$?
-  cpu=$(awk '{printf "%.1f", $1 + $2}' "$out.cpu" 2>/dev/null)
+  cpu=$(tail -n 1 "$out.cpu" | awk '{printf "%.1f", $1 + $2}')
   runs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$out")
   found=$(sed -n 's/.*Test unit written to //p' "$out" | head -n 1)
   line="$(date -u +%FT%TZ) $target wall=$(($(date +%s) - start))s"

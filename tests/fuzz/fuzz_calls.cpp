@@ -18,6 +18,7 @@ struct C {
   fz::In& in;
   CalibHandle h;
   CalibHandle* spare;
+  bool& optimised;  // a whole grid search: one call per input keeps it fast
   double a = 0, b = 0, c = 0, d = 0, e = 0;
   KvxLong l = 0;
   KvxULong u = 0;
@@ -47,7 +48,9 @@ void Glue(C& c, bool atOnce) {
              : CalibInitIncStepAndGlue(c.h, &out, c.in.U8() % 3))
     return;
   const long cells = long(out.numPoints) * out.numFrames;
-  if (out.numPoints < 0 || out.numFrames < 0 || cells > (1L << 18)) return;
+  if (out.numPoints < 0 || out.numPoints > (1L << 18) || out.numFrames < 0 ||
+      cells > (1L << 18))
+    return;
   std::vector<double> data(size_t(cells) + 0), axis(size_t(out.numPoints));
   out.data = data.data();
   out.xValues = axis.data();
@@ -120,7 +123,7 @@ const Op kOps[] = {
   [](C& c) { CalibCalcDispersionTargetData(c.h, c.W(), c.W()); },
   [](C& c) { const KvxLong s = c.in.U8() % 6; CalibSetRefCursorPosition(c.h, s, c.P()); CalibGetRefCursorPosition(c.h, s, &c.a); },
   [](C& c) { const KvxLong s = c.in.U8() % 6; CalibSetTargetWaveLength(c.h, s, c.W()); CalibGetTargetWaveLength(c.h, s, &c.a); },
-  [](C& c) { CalibOptimizeSpectrograph(c.h, &c.a, &c.b, &c.c, &c.d, c.in.U8() & 1 ? &c.e : nullptr); },
+  [](C& c) { if (!c.optimised) CalibOptimizeSpectrograph(c.h, &c.a, &c.b, &c.c, &c.d, c.in.U8() & 1 ? &c.e : nullptr); c.optimised = true; },
   [](C& c) { CalibGetNumberSteps(c.h, c.W(), c.W(), c.in.Real(-10, 100), &c.l); },
   [](C& c) { const KvxLong n = c.l >= 0 && c.l <= 4096 && (c.in.U8() & 1) ? c.l : c.I(); fz::Buf<double> v(n); CalibGetStepCenterValues(c.h, n, v.get()); },
   [](C& c) { Glue(c, true); },
@@ -155,11 +158,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   CalibHandle objects[3] = {255, 255, 255};
   CalibCreate(CalibModeManual, &objects[0]);
   CalibCreate(CalibModeAutomatic, &objects[1]);
+  bool optimised = false;
   while (!in.Empty()) {
     const Op op = kOps[in.U8() % kOpCount];
     const uint8_t which = in.U8();
     const CalibHandle h = which < 252 ? objects[which % 3] : in.Get<KvxULong>();
-    C c{in, h, &objects[2]};
+    C c{in, h, &objects[2], optimised};
     op(c);
   }
   // Whatever the calls created or destroyed, no slot outlives the input.

@@ -49,7 +49,8 @@ struct Block {
 // into it (a host that cannot allocate that many does not glue).
 bool Supply(Block& out) {
   const long cells = long(out.s.numPoints) * long(out.s.numFrames);
-  if (out.s.numPoints < 0 || out.s.numFrames < 0 || cells > (1L << 20))
+  if (out.s.numPoints < 0 || out.s.numPoints > (1L << 20) ||
+      out.s.numFrames < 0 || cells > (1L << 20))
     return false;
   out.samples = fz::Buf<unsigned char>(cells * long(sizeof(double)));
   out.x = fz::Buf<double>(out.s.numPoints);
