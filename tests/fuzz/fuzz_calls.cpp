@@ -165,6 +165,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     const CalibHandle h = which < 252 ? objects[which % 3] : in.Get<KvxULong>();
     C c{in, h, &objects[2], optimised};
     op(c);
+    for (CalibHandle o : objects) fz::BoundPixels(o);
   }
   // Whatever the calls created or destroyed, no slot outlives the input.
   for (CalibHandle slot = 0; slot < 255; ++slot) CalibDestroy(slot);

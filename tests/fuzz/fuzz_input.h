@@ -124,6 +124,19 @@ inline void LoadModel(CalibHandle h) {
   CalibSetGratingByIndexNum(h, 1, 1);
 }
 
+// Validating a calibration checks it pixel by pixel, one evaluation per
+// pixel of the active detector: a detector of 10^9 pixels (a record, a
+// parameter or an SPE region can declare one) makes every later validation
+// take seconds. Real detectors have at most some 10^5 pixels, so after each
+// call the targets that validate bring a larger active detector back to
+// 2^20 pixels; the call that declared it still ran with it.
+inline void BoundPixels(CalibHandle h) {
+  KvxLong n = 0;
+  if (CalibGetIntParam(h, CalibParamNumPixels, &n) == NqeSuccess &&
+      (n > (1 << 20) || n < -(1 << 20)))
+    CalibSetIntParam(h, CalibParamNumPixels, 1 << 20);
+}
+
 // Mode from one byte: mostly manual or automatic, now and then another
 // value (refused with 11068, the handle still to be destroyed).
 inline KvxLong Mode(uint8_t b) { return b < 250 ? (b & 1) : KvxLong(b) - 250; }

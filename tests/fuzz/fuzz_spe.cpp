@@ -28,6 +28,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   fz::LoadDetector(h, in.I16(), 26.0);
   double v = 0.0;
   while (!in.Empty()) {
+    fz::BoundPixels(h);
     switch (in.U8() % 4) {
       case 0: {
         SpeCalibrationBlock block = in.Get<SpeCalibrationBlock>();
