@@ -34,7 +34,28 @@ install(FILES ${PROJECT_BINARY_DIR}/KelvoCalibrateConfig.cmake
 file(RELATIVE_PATH KVX_PC_TO_PREFIX
   /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
 string(REGEX REPLACE "/$" "" KVX_PC_TO_PREFIX "${KVX_PC_TO_PREFIX}")
+# On Windows the linker takes the import library, not the DLL (bin/), named
+# by file: with -static, -lKelvoCalibrate would find KelvoCalibrate.lib, the
+# MSVC one, which lacks g++'s names of the C++ exports.
+if(WIN32)
+  set(KVX_PC_LIBS -l:libKelvoCalibrate.dll.a)
+else()
+  set(KVX_PC_LIBS -l:KelvoCalibrate.kvx)
+endif()
 configure_file(${PROJECT_SOURCE_DIR}/cmake/KelvoCalibrate.pc.in
   ${PROJECT_BINARY_DIR}/KelvoCalibrate.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/KelvoCalibrate.pc
   DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# The reference pages with their C examples, and the sample data. A Windows
+# tree keeps them at its top, beside bin/ and lib/.
+if(WIN32)
+  set(KVX_INSTALL_DOCDIR docs)
+  set(KVX_INSTALL_SAMPLEDIR examples)
+else()
+  set(KVX_INSTALL_DOCDIR ${CMAKE_INSTALL_DOCDIR})
+  set(KVX_INSTALL_SAMPLEDIR ${CMAKE_INSTALL_DATADIR}/KelvoCalibrate/examples)
+endif()
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/docs/ DESTINATION ${KVX_INSTALL_DOCDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/examples/
+        DESTINATION ${KVX_INSTALL_SAMPLEDIR})

@@ -189,7 +189,8 @@ enum NqeErrorCode {
   NqeBadPointPixel = 11086,          /* "Point%d_Pixel" present but empty */
   NqeBadPointWave = 11087,           /* "Point%d_Wave" present but empty */
   NqeNoPointCount = 11088,           /* "Number_Points" missing or empty */
-  NqeNoFileName = 11089              /* file name pointer is null */
+  NqeNoFileName = 11089,             /* file name pointer is null */
+  NqeFitNotConverged = 11100         /* extension: a least-squares fit did not converge */
 };
 /* clang-format on */
 typedef enum NqeErrorCode NqeErrorCode;
@@ -1310,6 +1311,188 @@ KVX_EXPORT KvxULong KVX_CALL CalibFindNearestPeak(CalibHandle handle,
                                                   double start,
                                                   double* position);
 
+/* ------------------------------------------------------------------------ */
+/* Extensions: least-squares fits (ordinals 107 to 112)                     */
+/* ------------------------------------------------------------------------ */
+/* A fit of the grating model to any number of measured lines, from one or
+ * several spectra taken at different center wavelengths, and polynomial
+ * calibrations of any number of points up to order 9. Both reject outliers
+ * (see KvxFitOptions) and report standard uncertainties and residuals. The
+ * records hold only doubles and 32-bit integers: the same sizes and offsets
+ * in 32-bit and 64-bit builds (docs/record-layouts.md). */
+
+/* Bits of KvxFitOptions.fixed: parameters held at their start values. */
+#define KVX_FIX_FOCAL_LENGTH 1
+#define KVX_FIX_INCLUSION_ANGLE 2
+#define KVX_FIX_DETECTOR_ANGLE 4
+#define KVX_FIX_CENTERS 8
+
+/* One measured line, 24 bytes. */
+typedef struct KVX_ALIGN8 KvxFitLine {
+  double pixel;       /* 0: where the line was found, 0.5 to N + 0.5 */
+  double wavelength;  /* 8: its known wavelength, nm */
+  KvxLong spectrum;   /* 16: index (0-based) into the spectra array */
+  KvxLong reserved20; /* 20: not read */
+} KvxFitLine;
+
+/* One spectrum of a grating fit, 40 bytes. requestedCenter is read; the
+ * other fields are written. */
+typedef struct KVX_ALIGN8 KvxFitSpectrum {
+  double requestedCenter; /* 0: center wavelength set (nm): start value */
+  double center;          /* 8: fitted wavelength at the center of the
+                             active pixel range: what CalibSetCenterWavelength
+                             reproduces the spectrum with */
+  double centerSigma;     /* 16: its standard uncertainty */
+  double effectiveCenter; /* 24: the fitted model's effective center */
+  KvxLong linesUsed;      /* 32: lines of this spectrum in the fit */
+  KvxLong reserved36;     /* 36: written 0 */
+} KvxFitSpectrum;
+
+/* Options of both fits, 24 bytes; a null pointer means all defaults.
+ * Outliers: after each fit the worst point whose residual exceeds both
+ * clipSigmas robust standard deviations (1.4826 x the median absolute
+ * residual) and clipFloor is set aside and the fit repeated; points that
+ * fall back within the threshold are taken again. */
+typedef struct KVX_ALIGN8 KvxFitOptions {
+  KvxLong fixed;          /* 0: KVX_FIX_* bits (grating fit only) */
+  KvxLong maxEvaluations; /* 4: solver steps' model evaluations per
+                             least-squares run, the Jacobian's not counted
+                             (grating fit only); 0 or below: 400 */
+  double clipSigmas;      /* 8: 0: 4.0; negative: nothing is rejected */
+  double clipFloor;       /* 16: residuals within it are never rejected;
+                             pixels for the grating fit (0: 0.25), units of
+                             y for the polynomial fit (0: none) */
+} KvxFitOptions;
+
+/* Result of a grating fit, 80 bytes. A sigma is 0.0 for a parameter held
+ * fixed and -1.0 when the lines do not determine it (no degree of freedom
+ * left, or parameters the lines cannot tell apart). */
+typedef struct KVX_ALIGN8 KvxGratingFit {
+  double focalLength;         /* 0: mm */
+  double inclusionAngle;      /* 8: degrees */
+  double detectorAngle;       /* 16: degrees */
+  double focalLengthSigma;    /* 24 */
+  double inclusionAngleSigma; /* 32 */
+  double detectorAngleSigma;  /* 40 */
+  double rmsNm;               /* 48: over the lines used */
+  double rmsPixels;           /* 56 */
+  KvxLong linesUsed;          /* 64 */
+  KvxLong linesRejected;      /* 68 */
+  KvxLong evaluations;        /* 72: model evaluations, all runs */
+  KvxLong reserved76;         /* 76: written 0 */
+} KvxGratingFit;
+
+/* Result for one line or point of either fit, 32 bytes. */
+typedef struct KVX_ALIGN8 KvxFitLineResult {
+  double fitted;         /* 0: fitted value at the line's position */
+  double residual;       /* 8: known value - fitted value */
+  double residualPixels; /* 16: grating fit: the residual over the local
+                            dispersion (pixels); polynomial fit: 0.0 */
+  KvxLong rejected;      /* 24: 1 when set aside as an outlier, else 0 */
+  KvxLong reserved28;    /* 28: written 0 */
+} KvxFitLineResult;
+
+/* Result of a polynomial fit, 1000 bytes:
+ *   y(x) = sum over k = 0..order of coefficients[k] * T_k(t),
+ *   t = (x - xCenter) / xHalfRange,
+ * T_k the Chebyshev polynomials (T0 = 1, T1 = t, T_k+1 = 2t T_k - T_k-1).
+ * The abscissae of the points span t = -1 to 1. */
+typedef struct KVX_ALIGN8 KvxPolynomialFit {
+  double coefficients[10]; /* 0: of T0..T9; unused ones 0.0 */
+  double sigmas[10];       /* 80: standard uncertainties; -1.0 without a
+                              degree of freedom */
+  double covariance[100];  /* 160: row-major 10 x 10; the leading
+                              (order+1) x (order+1) block is used */
+  double xCenter;          /* 960 */
+  double xHalfRange;       /* 968: non-zero */
+  double rms;              /* 976: over the points used */
+  KvxLong order;           /* 984: 0 to 9 */
+  KvxLong pointsUsed;      /* 988 */
+  KvxLong pointsRejected;  /* 992 */
+  KvxLong reserved996;     /* 996: written 0 */
+} KvxPolynomialFit;
+
+/* Extension (ordinal 107). Automatic mode. Fits the grating model to
+ * lineCount lines measured in spectrumCount spectra: focal length,
+ * inclusion angle and detector angle, shared by all spectra (start values:
+ * the working optics of the selected grating), and for each spectrum the
+ * wavelength at the center of the active pixel range (start value:
+ * requestedCenter). The model is that of every pixel computation (groove
+ * density, scale factor, pixel width, center pixel offset of the working
+ * optics). Nothing in the object changes; KvxInstallFittedOptics installs
+ * the result. Writes fit, the output fields of spectra and, unless
+ * lineResults is null, lineCount line results in the order given; on a
+ * failure nothing is written.
+ * Returns 0; 11054 manual object; 11000 null lines, spectra or fit; 11046
+ * groove density or order 0 (nothing to fit); 11027 fewer than 3 lines, a
+ * spectrum without a line while the centers are free, or fewer lines than
+ * free parameters (rejection never goes below that); 11047 spectrumCount
+ * below 1 or a line's spectrum outside 0..spectrumCount-1; 11016 a pixel
+ * outside 0.5..N+0.5 (N from the selected grating's detector geometry) or
+ * not finite; 11065 a wavelength or center the grating cannot reach, or a
+ * fit that turned the grating beyond reach; 11100 the fit did not
+ * converge; 11022 when memory runs out. */
+KVX_EXPORT KvxULong KVX_CALL
+KvxFitGratingModel(CalibHandle handle, const KvxFitLine* lines,
+                   KvxLong lineCount, KvxFitSpectrum* spectra,
+                   KvxLong spectrumCount, const KvxFitOptions* options,
+                   KvxGratingFit* fit, KvxFitLineResult* lineResults);
+
+/* Extension (ordinal 108). Automatic mode. Writes the fitted focal length,
+ * inclusion angle and detector angle into the working optics and the
+ * selected grating, as CalibInstallOptimDispParams does with its set. The
+ * effective center is not recomputed: set each spectrum's center (the
+ * fitted KvxFitSpectrum.center) with CalibSetCenterWavelength.
+ * Returns 0; 11054 manual object; 11000 null fit. */
+KVX_EXPORT KvxULong KVX_CALL KvxInstallFittedOptics(CalibHandle handle,
+                                                    const KvxGratingFit* fit);
+
+/* Extension (ordinal 109). Automatic mode. The wavelength (nm) of pixels 1
+ * to count under the fitted optics when the center of the active pixel
+ * range sees center: a fitted spectrum with its fitted center, or any other
+ * grating position. The object does not change.
+ * Returns 0; 11054 manual object; 11000 null fit or wavelengths; 11019
+ * count differs from the pixel count of the model's detector geometry
+ * (nothing written); 11065 center cannot be reached (nothing written). */
+KVX_EXPORT KvxULong KVX_CALL KvxFittedWavelengths(CalibHandle handle,
+                                                  const KvxGratingFit* fit,
+                                                  double center, KvxLong count,
+                                                  double* wavelengths);
+
+/* Extension (ordinal 110). No handle. Least-squares polynomial of the given
+ * order (0 to 9) through count points (x[i], y[i]), in the Chebyshev basis
+ * of the scaled abscissa, solved by QR with column pivoting. Writes fit
+ * and, unless pointResults is null, count point results; on a failure
+ * nothing is written.
+ * Returns 0; 11000 null x, y or fit; 11025 order outside 0..9; 11027
+ * fewer points (or fewer distinct abscissae) than order + 1; 11016 a value
+ * not finite, or one abscissa only with an order above 0; 11022 when
+ * memory runs out. */
+KVX_EXPORT KvxULong KVX_CALL KvxFitPolynomial(const double* x, const double* y,
+                                              KvxLong count, KvxLong order,
+                                              const KvxFitOptions* options,
+                                              KvxPolynomialFit* fit,
+                                              KvxFitLineResult* pointResults);
+
+/* Extension (ordinal 111). No handle. The fitted polynomial at x.
+ * Returns 0; 11000 null fit or y; 11025 order outside 0..9; 11016
+ * xHalfRange 0 or not finite. */
+KVX_EXPORT KvxULong KVX_CALL
+KvxEvaluatePolynomialFit(const KvxPolynomialFit* fit, double x, double* y);
+
+/* Extension (ordinal 112). Turns a polynomial fit of wavelength (nm) over
+ * pixel into a table calibration: one value per data point, entry i being
+ * the polynomial at pixel i + 1 (the conversions look a table up by pixel),
+ * input and display unit nanometres with the table flag. The record is
+ * added as CalibAddCalibration adds one (validated, table copied into the
+ * object) and made the active calibration; newId (may be null) receives
+ * its ID, 0 on failure.
+ * Returns 0; 11000 null fit; 11025 / 11016 as KvxEvaluatePolynomialFit;
+ * 11010 no usable active detector; 11002 no data points; 11034 the
+ * table is not monotonic (nothing added); 11022 when memory runs out. */
+KVX_EXPORT KvxULong KVX_CALL KvxInstallPolynomialTable(
+    CalibHandle handle, const KvxPolynomialFit* fit, KvxULong* newId);
+
 #ifdef __cplusplus
 } /* extern "C" */
 
@@ -1502,6 +1685,27 @@ KVX_AT(GratingRecord, centerPixelOffset, 152);
 KVX_AT(GratingRecord, focalLength, 168);
 KVX_AT(GratingRecord, scaleFactor, 192);
 KVX_AT(GratingRecord, pixelWidth, 200);
+/* Fit records: doubles and 32-bit integers only, one layout everywhere. */
+KVX_STATIC_ASSERT(sizeof(KvxFitLine) == 24, "KvxFitLine");
+KVX_AT(KvxFitLine, spectrum, 16);
+KVX_STATIC_ASSERT(sizeof(KvxFitSpectrum) == 40, "KvxFitSpectrum");
+KVX_AT(KvxFitSpectrum, effectiveCenter, 24);
+KVX_AT(KvxFitSpectrum, linesUsed, 32);
+KVX_STATIC_ASSERT(sizeof(KvxFitOptions) == 24, "KvxFitOptions");
+KVX_AT(KvxFitOptions, clipSigmas, 8);
+KVX_AT(KvxFitOptions, clipFloor, 16);
+KVX_STATIC_ASSERT(sizeof(KvxGratingFit) == 80, "KvxGratingFit");
+KVX_AT(KvxGratingFit, rmsNm, 48);
+KVX_AT(KvxGratingFit, linesUsed, 64);
+KVX_AT(KvxGratingFit, evaluations, 72);
+KVX_STATIC_ASSERT(sizeof(KvxFitLineResult) == 32, "KvxFitLineResult");
+KVX_AT(KvxFitLineResult, rejected, 24);
+KVX_STATIC_ASSERT(sizeof(KvxPolynomialFit) == 1000, "KvxPolynomialFit");
+KVX_AT(KvxPolynomialFit, sigmas, 80);
+KVX_AT(KvxPolynomialFit, covariance, 160);
+KVX_AT(KvxPolynomialFit, xCenter, 960);
+KVX_AT(KvxPolynomialFit, order, 984);
+KVX_AT(KvxPolynomialFit, reserved996, 996);
 #if KVX_PTR64
 KVX_AT(DetectorRecord, regionCount, 168);
 KVX_AT(DetectorRecord, regionBytes, 172);

@@ -9,8 +9,5 @@ cd "$KVX_ROOT"
 # shellcheck source=tools/packages.sh
 source "$KVX_ROOT/tools/packages.sh"
 
-kvx_ensure_packages cmake ninja-build g++ libbenchmark-dev
-kvx_configure build-bench -DCMAKE_BUILD_TYPE=Release -DKVX_BUILD_BENCH=ON \
-  -DKVX_BUILD_TESTS=OFF -DKVX_BUILD_TOOLS=OFF -DKVX_SANITIZE=OFF >/dev/null
-cmake --build build-bench -j "${KVX_JOBS:-2}" --target kvx_bench
+kvx_build_release_target kvx_bench
 exec build-bench/bench/kvx_bench "$@"

@@ -86,3 +86,14 @@ kvx_ensure_wine() {
     return 1
   fi
 }
+
+# kvx_build_release_target <target>: builds a target of the Release
+# configuration in build-bench/ (benchmarks on, tests and tools off), shared
+# by the benchmark and churn runs.
+kvx_build_release_target() {
+  kvx_ensure_packages cmake ninja-build g++ libbenchmark-dev libeigen3-dev &&
+    kvx_configure build-bench -DCMAKE_BUILD_TYPE=Release -DKVX_BUILD_BENCH=ON \
+      -DKVX_BUILD_TESTS=OFF -DKVX_BUILD_TOOLS=OFF -DKVX_SANITIZE=OFF \
+      >/dev/null &&
+    cmake --build build-bench -j "${KVX_JOBS:-2}" --target "$1"
+}

@@ -64,8 +64,9 @@ struct FileCloser {
 };
 
 // Calls onLine(text) for every content line (trimmed, not blank, not a
-// comment, not a section header) that lies in a section named `section`,
-// in file order, until onLine returns false. Only regular files are read:
+// comment, not a section header) of the first section named `section`, in
+// file order, until onLine returns false. As on Windows, a later section of
+// the same name is never read. Only regular files are read:
 // a missing file, a directory, a device or a file that cannot be opened
 // reads as an empty file. Relative names are taken relative to the current
 // directory (the platform functions would look in the Windows directory;
@@ -92,6 +93,7 @@ void ForEachSectionLine(const char* fileName, std::string_view section,
     if (text.front() == '[') {
       const size_t close = text.rfind(']');
       if (close != std::string_view::npos) {
+        if (inSection) return;
         inSection = SameName(Trim(text.substr(1, close - 1)), section);
         continue;
       }
@@ -157,8 +159,10 @@ uint32_t ProfileString(const char* section, const char* key,
   std::string value;
   if (section != nullptr && key != nullptr) {
     ForEachSectionLine(fileName, section, [&](std::string_view text) {
+      // A line without '=' is a key without a value: the first line of the
+      // key's name decides, and such a line gives the default (as Windows).
       const size_t eq = text.find('=');
-      if (eq == std::string_view::npos) return true;
+      if (eq == std::string_view::npos) return !SameName(text, key);
       if (!SameName(Trim(text.substr(0, eq)), key)) return true;
       value = Unquote(Trim(text.substr(eq + 1)));
       found = true;

@@ -6,12 +6,15 @@
 //  - section and key names match without regard to ASCII case, with blanks
 //    around them (and inside the brackets) ignored;
 //  - a line whose first non-blank character is ';' is a comment;
-//  - lines without '=' are section content but never a key;
-//  - of duplicate keys the first wins; duplicate sections read as one
-//    section, their lines in file order;
+//  - a line without '=' is a key without a value (its key gives the
+//    default);
+//  - of duplicate keys the first wins; of duplicate sections only the first
+//    is read;
 //  - values lose surrounding blanks and then one pair of matching quotes
 //    ("..." or '...');
 //  - a missing or unreadable file reads as an empty file.
+// The own reader does not read UTF-16 files (Windows does, given a byte
+// order mark); docs/calibfile.md lists the differences.
 #pragma once
 
 #include <cstdint>

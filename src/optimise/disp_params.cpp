@@ -103,16 +103,7 @@ NqeErrorCode Install(SpectrographModel& model, const Triple& set,
                      double objective, double* objectiveOut,
                      double* pixelError) {
   if (objectiveOut == nullptr || pixelError == nullptr) return NqeNullPointer;
-  model.optics.focalLength = set.focalLength;
-  model.optics.inclusionAngle = set.inclusion;
-  model.optics.detectorAngle = set.detectorAngle;
-  // Without an active grating (all spectrographs removed) only the working
-  // optics take the set.
-  if (Grating* grating = model.ActiveGrating(); grating != nullptr) {
-    grating->focalLength = set.focalLength;
-    grating->inclusionAngle = set.inclusion;
-    grating->detectorAngle = set.detectorAngle;
-  }
+  InstallOpticsSet(model, set.focalLength, set.inclusion, set.detectorAngle);
   *objectiveOut = objective;
   return PixelErrorOf(model, set, objective, pixelError);
 }
@@ -198,6 +189,20 @@ NqeErrorCode InstallOptimDispParams(SpectrographModel& model, double* objective,
   const SpecOptStruct* opt = model.optimisation.get();
   if (opt == nullptr) return NqeNoOptimisationData;
   return Install(model, Best(*opt), opt->bestObjective, objective, pixelError);
+}
+
+void InstallOpticsSet(SpectrographModel& model, double focalLength,
+                      double inclusion, double detectorAngle) {
+  model.optics.focalLength = focalLength;
+  model.optics.inclusionAngle = inclusion;
+  model.optics.detectorAngle = detectorAngle;
+  // Without an active grating (all spectrographs removed) only the working
+  // optics take the set.
+  if (Grating* grating = model.ActiveGrating(); grating != nullptr) {
+    grating->focalLength = focalLength;
+    grating->inclusionAngle = inclusion;
+    grating->detectorAngle = detectorAngle;
+  }
 }
 
 double CurrentDispersionObjective(SpectrographModel& model) {

@@ -44,6 +44,12 @@ NqeErrorCode InstallOrigDispParams(SpectrographModel& model, double* objective,
 NqeErrorCode InstallOptimDispParams(SpectrographModel& model, double* objective,
                                     double* pixelError);
 
+// Writes a focal length, inclusion angle and detector angle into the working
+// optics and into the active grating (when there is one): what installing a
+// parameter set means.
+void InstallOpticsSet(SpectrographModel& model, double focalLength,
+                      double inclusion, double detectorAngle);
+
 // The objective of the model's working optics with freshly computed cursor
 // offsets (the parameter interface's view of the fit).
 double CurrentDispersionObjective(SpectrographModel& model);

@@ -189,6 +189,12 @@ const std::vector<Row>& Rows() {
       R(104, CalibValidateTargetData, true, CalibValidateTargetData(h)),
       R(105, CalibValidateXScanPattern, false, CalibValidateXScanPattern(h, reinterpret_cast<X_ROI*>(s.bytes), 0, 0, 1024)),
       R(106, KvxFreeSPECalibrationTable, false, KvxFreeSPECalibrationTable(s.bytes, sizeof(SpeCalibrationBlock))),
+      R(107, KvxFitGratingModel, true, KvxFitGratingModel(h, reinterpret_cast<KvxFitLine*>(s.bytes), 0, reinterpret_cast<KvxFitSpectrum*>(s.bytes + 1024), 1, nullptr, reinterpret_cast<KvxGratingFit*>(s.bytes + 2048), nullptr)),
+      R(108, KvxInstallFittedOptics, true, KvxInstallFittedOptics(h, reinterpret_cast<KvxGratingFit*>(s.bytes))),
+      R(109, KvxFittedWavelengths, true, KvxFittedWavelengths(h, reinterpret_cast<KvxGratingFit*>(s.bytes), 500.0, 0, s.d)),
+      R(110, KvxFitPolynomial, false, KvxFitPolynomial(s.d, s.d, 0, 0, nullptr, reinterpret_cast<KvxPolynomialFit*>(s.bytes), nullptr)),
+      R(111, KvxEvaluatePolynomialFit, false, KvxEvaluatePolynomialFit(reinterpret_cast<KvxPolynomialFit*>(s.bytes), 1.0, s.d)),
+      R(112, KvxInstallPolynomialTable, false, KvxInstallPolynomialTable(h, reinterpret_cast<KvxPolynomialFit*>(s.bytes), &s.u)),
       // clang-format on
   };
   return rows;

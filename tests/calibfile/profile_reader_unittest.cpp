@@ -42,12 +42,12 @@ class ProfileStringTable
 TEST_P(ProfileStringTable, DeliversThePlatformsValue) {
   const kvx_test::StringCase& c = GetParam();
   TempDir dir;
-  const std::string file = CaseFile(dir, c.file);
+  const std::string file = CaseFile(dir, kvx_test::FileBytes(c));
   std::vector<char> buffer(c.size + 8, kUntouched);
   const uint32_t n = ProfileString(c.section, c.key, c.defaultValue,
                                    buffer.data(), c.size, file.c_str());
-  EXPECT_EQ(n, c.text.size());
-  EXPECT_EQ(std::string_view(buffer.data(), n), c.text);
+  EXPECT_EQ(n, kvx_test::ExpectedText(c).size());
+  EXPECT_EQ(std::string_view(buffer.data(), n), kvx_test::ExpectedText(c));
   EXPECT_EQ(buffer[n], '\0');
   ExpectUntouchedFrom(buffer, c.size);
 }
@@ -63,7 +63,9 @@ TEST_P(ProfileSectionTable, ListsThePlatformsLines) {
   TempDir dir;
   const std::string file = CaseFile(dir, c.file);
   std::vector<char> buffer(c.size + 8, kUntouched);
-  EXPECT_EQ(ProfileSection("s", buffer.data(), c.size, file.c_str()), c.count);
+  EXPECT_EQ(
+      ProfileSection(kvx_test::kSection, buffer.data(), c.size, file.c_str()),
+      c.count);
   // The list as the table gives it, then the NUL that ends the list.
   EXPECT_EQ(std::string_view(buffer.data(), c.text.size() + 1),
             std::string(c.text) + '\0');

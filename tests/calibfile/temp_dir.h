@@ -4,10 +4,9 @@
 
 #include <gtest/gtest.h>
 
-#include <stdlib.h>
-
 #include <filesystem>
 #include <fstream>
+#include <random>
 #include <string>
 #include <string_view>
 
@@ -15,12 +14,20 @@ namespace kvx_test {
 
 class TempDir {
  public:
+  // A fresh name each time (no mkdtemp on Windows): create_directory
+  // reports whether the folder is new, so a name already taken is retried.
   TempDir() {
-    std::string pattern =
-        (std::filesystem::temp_directory_path() / "kvx-calibfile-XXXXXX")
-            .string();
-    EXPECT_NE(mkdtemp(pattern.data()), nullptr);
-    path_ = pattern;
+    std::random_device seed;
+    std::mt19937 random(seed());
+    for (int attempt = 0; attempt < 100; ++attempt) {
+      path_ = std::filesystem::temp_directory_path() /
+              ("kvx-calibfile-" + std::to_string(random()));
+      std::error_code ec;
+      if (std::filesystem::create_directory(path_, ec)) return;
+    }
+    path_.clear();  // not ours: nothing to remove
+    ADD_FAILURE() << "no temporary folder in "
+                  << std::filesystem::temp_directory_path();
   }
   ~TempDir() {
     std::error_code ec;

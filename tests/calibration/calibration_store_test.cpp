@@ -35,7 +35,7 @@ TEST(CalibrationRecordInit, WritesTheDefaultRecordOnlyForTheRightSize) {
             Code(NqeBadCalibrationSize));
   EXPECT_EQ(std::memcmp(&r, &garbage, sizeof r), 0);
   EXPECT_EQ(CalibInitializeCalibration(h, nullptr, 0), Code(NqeNullPointer));
-  for (KvxLong size : {0, kRecordSize}) {
+  for (KvxLong size : {KvxLong{0}, kRecordSize}) {
     std::memset(&r, 0x5A, sizeof r);
     ASSERT_EQ(CalibInitializeCalibration(h, &r, size), 0u);
     EXPECT_EQ(std::memcmp(&r, &expected, sizeof r), 0) << size;
@@ -92,7 +92,7 @@ TEST_F(CalibrationList, LoadReplacesTheActiveRecordAndKeepsItsId) {
   CalibrationRecord dumped{};
   ASSERT_EQ(CalibDumpCalibration(h, &dumped, kRecordSize), 0u);
   EXPECT_EQ(std::memcmp(&dumped, &r, sizeof r), 0);
-  for (KvxLong size : {0, kRecordSize + 1}) {
+  for (KvxLong size : {KvxLong{0}, kRecordSize + 1}) {
     EXPECT_EQ(CalibDumpCalibration(h, &dumped, size),
               Code(NqeBadCalibrationSize));
   }

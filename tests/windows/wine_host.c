@@ -165,6 +165,33 @@ static void AutomaticSession(HMODULE module) {
   Check(destroy(h) == 0, "destroy automatic");
 }
 
+/* The fit extensions: a straight line through eleven points, evaluated
+ * between them (500 + 0.1 x at 5.5 is 500.55). */
+static void FitSession(HMODULE module) {
+  typedef KvxULong(__stdcall * FitFn)(const double*, const double*, KvxLong,
+                                      KvxLong, const KvxFitOptions*,
+                                      KvxPolynomialFit*, KvxFitLineResult*);
+  typedef KvxULong(__stdcall * EvaluateFn)(const KvxPolynomialFit*, double,
+                                           double*);
+  FitFn fit = GET(FitFn, "KvxFitPolynomial");
+  EvaluateFn evaluate = GET(EvaluateFn, "KvxEvaluatePolynomialFit");
+  double x[11], y[11], value = 0.0;
+  KvxPolynomialFit result;
+  int i;
+  if (fit == NULL || evaluate == NULL) {
+    Check(0, "fit exports");
+    return;
+  }
+  for (i = 0; i < 11; ++i) {
+    x[i] = i;
+    y[i] = 500.0 + 0.1 * i;
+  }
+  Check(fit(x, y, 11, 1, NULL, &result, NULL) == 0 && result.order == 1,
+        "polynomial fit");
+  Check(evaluate(&result, 5.5, &value) == 0 && fabs(value - 500.55) < 1e-9,
+        "fitted line at 5.5 is 500.55");
+}
+
 int main(int argc, char** argv) {
   HMODULE module;
   if (argc < 3) {
@@ -177,6 +204,7 @@ int main(int argc, char** argv) {
     CheckCatalogue(module, argv[2]);
     ManualSession(module);
     AutomaticSession(module);
+    FitSession(module);
     FreeLibrary(module);
   }
   printf("wine host: %d passed, %d failed\n", passed, failed);

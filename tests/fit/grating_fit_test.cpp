@@ -1,0 +1,277 @@
+// The grating model fitted to synthetic lines of a known true instrument,
+// through the extension exports as a host calls them.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <vector>
+
+#include "fit/fit_fixtures.h"
+
+namespace kvx_fit_test {
+namespace {
+
+struct Truth {
+  const char* name;
+  Optics optics;
+  std::vector<double> trueCenters;  // the drive misses the requested ones
+  std::vector<double> requested;
+  int perSpectrum;
+  double noise;  // pixels
+};
+
+class Recovery : public ::testing::TestWithParam<Truth> {};
+
+TEST_P(Recovery, FitFindsTheTrueInstrumentFromTheNominalOne) {
+  const Truth& t = GetParam();
+  Instrument h;
+  const auto lines = Lines(t.optics, t.trueCenters, t.perSpectrum, t.noise, 7);
+  const Fit r = FitLines(h, lines, t.requested);
+  ASSERT_EQ(r.code, 0u);
+  EXPECT_EQ(r.fit.linesRejected, 0);
+  // Within four standard uncertainties of the truth (exact data: 1e-6).
+  const double slack = t.noise > 0 ? 4.0 : 0.0;
+  auto near = [&](double fitted, double truth, double sigma) {
+    EXPECT_NEAR(fitted, truth, slack * sigma + 1e-6 * std::fabs(truth));
+  };
+  near(r.fit.focalLength, t.optics.f, r.fit.focalLengthSigma);
+  near(r.fit.inclusionAngle, t.optics.psi, r.fit.inclusionAngleSigma);
+  near(r.fit.detectorAngle, t.optics.gamma, r.fit.detectorAngleSigma);
+  for (size_t s = 0; s < t.trueCenters.size(); ++s) {
+    near(r.spectra[s].center, t.trueCenters[s], r.spectra[s].centerSigma);
+    // Every pixel within 0.1 pixel's width of the truth.
+    EXPECT_LT(
+        WorstError(h, r.fit, r.spectra[s].center, t.optics, t.trueCenters[s]),
+        0.1);
+  }
+  // 50 nm beyond the measured centers, each pixel from the center pixel.
+  const double away = t.trueCenters.back() + 50;
+  EXPECT_LT(WorstError(h, r.fit, away, t.optics, away, true), 0.3);
+  EXPECT_NEAR(r.fit.rmsPixels, t.noise, 0.3 * t.noise + 1e-6);
+}
+
+INSTANTIATE_TEST_SUITE_P(Instruments, Recovery,
+                         ::testing::Values(Truth{"ExactThreeSpectra",
+                                                 {306.0, 30.5, 2.0},
+                                                 {500.6, 559.5, 620.9},
+                                                 {500, 560, 620},
+                                                 10,
+                                                 0.0},
+                                           Truth{"NoisyThreeSpectra",
+                                                 {294.0, 29.4, -1.5},
+                                                 {450.3, 530.0, 611.2},
+                                                 {450, 530, 610},
+                                                 10,
+                                                 0.03},
+                                           Truth{"NoisyTwoSpectraManyLines",
+                                                 {309.0, 30.9, 0.5},
+                                                 {700.8, 760.4},
+                                                 {700, 760},
+                                                 40,
+                                                 0.05}),
+                         [](const auto& info) { return info.param.name; });
+
+// Nominal start, true instrument and 30 noisy lines in three spectra.
+const Optics kTruth{306.0, 30.5, 1.0};
+const std::vector<double> kTrueCenters{500.6, 559.5, 620.9};
+const std::vector<double> kRequested{500, 560, 620};
+
+TEST(Rejection, WrongLinesAreSetAsideAndDoNotPullTheFit) {
+  Instrument h;
+  auto lines = Lines(kTruth, kTrueCenters, 10, 0.03, 11);
+  lines[4].wavelength += 0.5;  // a misidentified line, about 14 pixels off
+  lines[17].pixel -= 3.0;      // a blend found 3 pixels off
+  const Fit r = FitLines(h, lines, kRequested);
+  ASSERT_EQ(r.code, 0u);
+  EXPECT_EQ(r.fit.linesRejected, 2);
+  EXPECT_EQ(r.fit.linesUsed, 28);
+  for (size_t i = 0; i < lines.size(); ++i) {
+    EXPECT_EQ(r.lines[i].rejected, i == 4 || i == 17 ? 1 : 0) << i;
+  }
+  EXPECT_NEAR(r.lines[4].residual, 0.5, 0.01);
+  // Found 3 pixels low: its wavelength lies 3 pixels' worth above the
+  // model's there.
+  EXPECT_NEAR(r.lines[17].residualPixels, 3.0, 0.1);
+  EXPECT_EQ(r.spectra[0].linesUsed + r.spectra[1].linesUsed, 18);
+  for (size_t s = 0; s < 3; ++s) {
+    EXPECT_LT(
+        WorstError(h, r.fit, r.spectra[s].center, kTruth, kTrueCenters[s]),
+        0.1);
+  }
+  // Without rejection the same lines pull the fit away.
+  const KvxFitOptions keepAll{0, 0, -1.0, 0.0};
+  const Fit pulled = FitLines(h, lines, kRequested, &keepAll);
+  ASSERT_EQ(pulled.code, 0u);
+  EXPECT_EQ(pulled.fit.linesRejected, 0);
+  EXPECT_GT(pulled.fit.rmsPixels, 0.3);
+}
+
+TEST(FixedParameters, HeldParametersKeepTheirStartValuesExactly) {
+  Instrument h;
+  const auto lines = Lines(kTruth, kTrueCenters, 10, 0.03, 5);
+  const KvxLong masks[] = {
+      KVX_FIX_FOCAL_LENGTH, KVX_FIX_INCLUSION_ANGLE, KVX_FIX_DETECTOR_ANGLE,
+      KVX_FIX_INCLUSION_ANGLE | KVX_FIX_DETECTOR_ANGLE, KVX_FIX_CENTERS};
+  for (KvxLong mask : masks) {
+    const KvxFitOptions options{mask, 0, 0.0, 0.0};
+    const Fit r = FitLines(h, lines, kRequested, &options);
+    ASSERT_EQ(r.code, 0u) << mask;
+    const double fitted[] = {r.fit.focalLength, r.fit.inclusionAngle,
+                             r.fit.detectorAngle};
+    const double sigma[] = {r.fit.focalLengthSigma, r.fit.inclusionAngleSigma,
+                            r.fit.detectorAngleSigma};
+    const double start[] = {300.0, 30.0, 0.0};
+    for (int k = 0; k < 3; ++k) {
+      if (mask & (1 << k)) {
+        EXPECT_EQ(fitted[k], start[k]) << mask;
+        EXPECT_EQ(sigma[k], 0.0) << mask;
+      } else {
+        EXPECT_NE(fitted[k], start[k]) << mask;
+        EXPECT_GT(sigma[k], 0.0) << mask;
+      }
+    }
+    for (size_t s = 0; s < 3; ++s) {
+      EXPECT_EQ(r.spectra[s].center == kRequested[s],
+                (mask & KVX_FIX_CENTERS) != 0);
+    }
+  }
+}
+
+// The reported uncertainties agree with the scatter of the fitted values
+// over many noise draws (Monte Carlo, 200 draws: the sample standard
+// deviation of a normal variable is then known to 5 %).
+TEST(Uncertainties, MatchTheScatterOfRepeatedFits) {
+  Instrument h;
+  constexpr int kDraws = 200;
+  double sum[4] = {}, sum2[4] = {}, reported[4] = {};
+  for (int draw = 0; draw < kDraws; ++draw) {
+    const auto lines = Lines(kTruth, kTrueCenters, 10, 0.05, 100 + draw);
+    const Fit r = FitLines(h, lines, kRequested);
+    ASSERT_EQ(r.code, 0u);
+    const double v[4] = {r.fit.focalLength, r.fit.inclusionAngle,
+                         r.fit.detectorAngle, r.spectra[1].center};
+    const double s[4] = {r.fit.focalLengthSigma, r.fit.inclusionAngleSigma,
+                         r.fit.detectorAngleSigma, r.spectra[1].centerSigma};
+    for (int k = 0; k < 4; ++k) {
+      sum[k] += v[k];
+      sum2[k] += v[k] * v[k];
+      reported[k] += s[k] / kDraws;
+    }
+  }
+  for (int k = 0; k < 4; ++k) {
+    const double mean = sum[k] / kDraws;
+    const double scatter =
+        std::sqrt((sum2[k] - kDraws * mean * mean) / (kDraws - 1));
+    EXPECT_NEAR(reported[k] / scatter, 1.0, 0.15) << k;
+  }
+}
+
+// As many lines as free parameters: a solution, but no uncertainty.
+TEST(Uncertainties, WithoutADegreeOfFreedomTheyAreUndetermined) {
+  Instrument h;
+  const Fit r = FitLines(h, Lines(kTruth, {500.6}, 4, 0.0, 1), {500});
+  ASSERT_EQ(r.code, 0u);
+  EXPECT_EQ(r.fit.focalLengthSigma, -1.0);
+  EXPECT_EQ(r.fit.inclusionAngleSigma, -1.0);
+  EXPECT_EQ(r.fit.detectorAngleSigma, -1.0);
+  EXPECT_EQ(r.spectra[0].centerSigma, -1.0);
+}
+
+class Install : public ::testing::TestWithParam<double> {};
+
+// With a center pixel offset o the focal-plane center sits at pixel
+// c + o: lines of the fixture's instrument moved by o pixels. The fitted
+// center is the wavelength at the center of the active range (pixel c),
+// o pixels below the focal-plane center; the host reproduces the fit from
+// it through its own effective-center iteration (to 1e-5 nm).
+TEST_P(Install, FittedOpticsReproduceTheFitThroughTheHostInterface) {
+  const double o = GetParam();
+  Instrument h(o);
+  auto lines = Lines(kTruth, kTrueCenters, 10, 0.0, 3);
+  for (auto& line : lines) line.pixel += o;
+  const Fit r = FitLines(h, lines, kRequested);
+  ASSERT_EQ(r.code, 0u);
+  ASSERT_EQ(KvxInstallFittedOptics(h, &r.fit), 0u);
+  // Selecting the grating again copies its optics into the working ones:
+  // the grating holds the fit too.
+  ASSERT_EQ(CalibSelectGrating(h, 1), 0u);
+  for (size_t s = 0; s < 3; ++s) {
+    EXPECT_NEAR(r.spectra[s].center,
+                Forward(kTruth, kTrueCenters[s], kCenterPixel - o), 1e-7);
+    EXPECT_NEAR(r.spectra[s].effectiveCenter, kTrueCenters[s], 1e-7);
+    ASSERT_EQ(CalibSetCenterWavelength(h, r.spectra[s].center), 0u);
+    std::vector<double> host(kPixels), fitted(kPixels);
+    ASSERT_EQ(CalibCalcCalibPixelArray(h, kPixels, host.data()), NqeSuccess);
+    ASSERT_EQ(KvxFittedWavelengths(h, &r.fit, r.spectra[s].center, kPixels,
+                                   fitted.data()),
+              0u);
+    for (int p = 0; p < kPixels; p += 97) {
+      EXPECT_NEAR(host[static_cast<size_t>(p)], fitted[static_cast<size_t>(p)],
+                  o == 0 ? 0.0 : 1e-5);
+    }
+    for (size_t i = 0; i < lines.size(); ++i) {
+      if (lines[i].spectrum != static_cast<KvxLong>(s)) continue;
+      double value = 0.0;
+      ASSERT_EQ(CalibPixelToCalibValue(h, lines[i].pixel, &value), NqeSuccess);
+      EXPECT_NEAR(value, lines[i].wavelength, 1e-5);
+    }
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(CenterPixelOffsets, Install,
+                         ::testing::Values(0.0, 12.0));
+
+struct BadInput {
+  const char* name;
+  void (*spoil)(std::vector<KvxFitLine>&, KvxLong& count, KvxLong& spectra);
+  KvxULong code;
+};
+
+class Refusals : public ::testing::TestWithParam<BadInput> {};
+
+TEST_P(Refusals, BadInputGivesItsCodeAndWritesNothing) {
+  Instrument h;
+  auto lines = Lines(kTruth, {500.6}, 6, 0.0, 1);
+  KvxLong count = 6, spectra = 1;
+  GetParam().spoil(lines, count, spectra);
+  KvxFitSpectrum spectrum[2] = {{500, -7, -7, -7, -7, -7},
+                                {560, -7, -7, -7, -7, -7}};
+  KvxGratingFit fit{};
+  fit.focalLength = -7;
+  EXPECT_EQ(KvxFitGratingModel(h, lines.data(), count, spectrum, spectra,
+                               nullptr, &fit, nullptr),
+            GetParam().code);
+  EXPECT_EQ(fit.focalLength, -7);
+  EXPECT_EQ(spectrum[0].center, -7);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lines, Refusals,
+    ::testing::Values(
+        BadInput{"TwoLines", [](auto&, KvxLong& n, KvxLong&) { n = 2; },
+                 NqeTooFewCalibrationPoints},
+        BadInput{"NoSpectrum", [](auto&, KvxLong&, KvxLong& s) { s = 0; },
+                 NqeBadNumber},
+        BadInput{"SpectrumIndexBeyondTheSpectra",
+                 [](auto& l, KvxLong&, KvxLong&) { l[2].spectrum = 1; },
+                 NqeBadNumber},
+        BadInput{"SpectrumWithoutLines",
+                 [](auto&, KvxLong&, KvxLong& s) { s = 2; },
+                 NqeTooFewCalibrationPoints},
+        BadInput{"PixelBelowTheDetector",
+                 [](auto& l, KvxLong&, KvxLong&) { l[0].pixel = 0.4; },
+                 NqePointOutOfRange},
+        BadInput{"PixelNotANumber",
+                 [](auto& l, KvxLong&, KvxLong&) { l[0].pixel = NAN; },
+                 NqePointOutOfRange},
+        BadInput{"WavelengthBeyondTheGrating",
+                 [](auto& l, KvxLong&, KvxLong&) { l[1].wavelength = 2000; },
+                 NqeWavelengthUnreachable},
+        BadInput{"FewerLinesThanParameters",
+                 [](auto& l, KvxLong& n, KvxLong& s) {
+                   s = 2, n = 4, l[3].spectrum = 1;
+                 },
+                 NqeTooFewCalibrationPoints}),
+    [](const auto& info) { return info.param.name; });
+
+}  // namespace
+}  // namespace kvx_fit_test
