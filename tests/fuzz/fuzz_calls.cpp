@@ -14,11 +14,18 @@
 
 namespace {
 
+// What a host keeps between calls: the last fits it received.
+struct State {
+  bool optimised = false;  // a whole grid search: one per input keeps it fast
+  KvxGratingFit fit{};
+  KvxPolynomialFit poly{};
+};
+
 struct C {
   fz::In& in;
   CalibHandle h;
   CalibHandle* spare;
-  bool& optimised;  // a whole grid search: one call per input keeps it fast
+  State& st;
   double a = 0, b = 0, c = 0, d = 0, e = 0;
   KvxLong l = 0;
   KvxULong u = 0;
@@ -61,6 +68,53 @@ void Glue(C& c, bool atOnce) {
     CalibGlueIncInput(c.h, &out, &in[1]);
     if (c.in.U8() & 1) CalibCleanupIncGlue(c.h);
   }
+}
+
+// Fit options; the solver's evaluation budget is the host's to choose and
+// its cost grows with it, so it stays below 1000 here.
+KvxFitOptions* Options(C& c, KvxFitOptions* o) {
+  if (c.in.U8() < 64) return nullptr;
+  *o = c.in.Get<KvxFitOptions>();
+  o->maxEvaluations %= 1000;
+  return o;
+}
+
+// Lines over the pixels of a 1024-pixel detector in up to three spectra.
+void GratingFit(C& c) {
+  const KvxLong n = c.in.U8() % 16, m = c.in.U8() % 4;
+  fz::Buf<KvxFitLine> lines(n);
+  for (size_t i = 0; i < lines.n; ++i) {
+    lines.get()[i] = {c.in.Real(0.0, 1025.0), c.W(), c.in.U8() % (m + 1), 0};
+  }
+  fz::Buf<KvxFitSpectrum> spectra(m);
+  for (size_t k = 0; k < spectra.n; ++k)
+    spectra.get()[k].requestedCenter = c.W();
+  fz::Buf<KvxFitLineResult> results(n);
+  KvxFitOptions o;
+  KvxFitGratingModel(c.h, lines.get(), n, spectra.get(), m, Options(c, &o),
+                     &c.st.fit, c.in.U8() & 1 ? results.get() : nullptr);
+}
+
+void PolynomialFit(C& c) {
+  const KvxLong n = c.in.U8() % 24;
+  fz::Buf<double> x(n), y(n);
+  const double x0 = c.P(), dx = c.in.Real(-50.0, 50.0);
+  for (size_t i = 0; i < x.n; ++i) {
+    x.get()[i] = c.in.U8() < 240 ? x0 + dx * double(i) : c.in.F64();
+    y.get()[i] = c.W();
+  }
+  fz::Buf<KvxFitLineResult> results(n);
+  KvxFitOptions o;
+  KvxFitPolynomial(x.get(), y.get(), n, c.in.U8() % 12 - 1, Options(c, &o),
+                   &c.st.poly, c.in.U8() & 1 ? results.get() : nullptr);
+}
+
+// The last fit received, or (now and then) a record of any contents.
+template <class Fit>
+const Fit* Received(C& c, Fit& last, Fit& any) {
+  if (c.in.U8() < 224) return &last;
+  any = c.in.Get<Fit>();
+  return &any;
 }
 
 using Op = void (*)(C&);
@@ -123,7 +177,7 @@ const Op kOps[] = {
   [](C& c) { CalibCalcDispersionTargetData(c.h, c.W(), c.W()); },
   [](C& c) { const KvxLong s = c.in.U8() % 6; CalibSetRefCursorPosition(c.h, s, c.P()); CalibGetRefCursorPosition(c.h, s, &c.a); },
   [](C& c) { const KvxLong s = c.in.U8() % 6; CalibSetTargetWaveLength(c.h, s, c.W()); CalibGetTargetWaveLength(c.h, s, &c.a); },
-  [](C& c) { if (!c.optimised) CalibOptimizeSpectrograph(c.h, &c.a, &c.b, &c.c, &c.d, c.in.U8() & 1 ? &c.e : nullptr); c.optimised = true; },
+  [](C& c) { if (!c.st.optimised) CalibOptimizeSpectrograph(c.h, &c.a, &c.b, &c.c, &c.d, c.in.U8() & 1 ? &c.e : nullptr); c.st.optimised = true; },
   [](C& c) { CalibGetNumberSteps(c.h, c.W(), c.W(), c.in.Real(-10, 100), &c.l); },
   [](C& c) { const KvxLong n = c.l >= 0 && c.l <= 4096 && (c.in.U8() & 1) ? c.l : c.I(); fz::Buf<double> v(n); CalibGetStepCenterValues(c.h, n, v.get()); },
   [](C& c) { Glue(c, true); },
@@ -147,6 +201,12 @@ const Op kOps[] = {
   [](C& c) { const KvxLong n = c.I() % 16; fz::Buf<X_ROI> r(n, c.in); CalibValidateXScanPattern(c.h, r.get(), n * 16, n, c.I()); },
   [](C& c) { fz::LoadDetector(c.h, c.I(), c.in.Real(0.0, 30.0)); },
   [](C& c) { fz::LoadModel(c.h); },
+  [](C& c) { GratingFit(c); },
+  [](C& c) { KvxGratingFit any; KvxInstallFittedOptics(c.h, Received(c, c.st.fit, any)); },
+  [](C& c) { KvxGratingFit any; const KvxGratingFit* f = Received(c, c.st.fit, any); const KvxLong n = c.I(); fz::Buf<double> v(n); KvxFittedWavelengths(c.h, f, c.W(), n, v.get()); },
+  [](C& c) { PolynomialFit(c); },
+  [](C& c) { KvxPolynomialFit any; KvxEvaluatePolynomialFit(Received(c, c.st.poly, any), c.P(), &c.a); },
+  [](C& c) { KvxPolynomialFit any; KvxInstallPolynomialTable(c.h, Received(c, c.st.poly, any), c.in.U8() & 1 ? &c.u : nullptr); },
 };
 // clang-format on
 constexpr size_t kOpCount = sizeof kOps / sizeof kOps[0];
@@ -158,12 +218,12 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   CalibHandle objects[3] = {255, 255, 255};
   CalibCreate(CalibModeManual, &objects[0]);
   CalibCreate(CalibModeAutomatic, &objects[1]);
-  bool optimised = false;
+  State st;
   while (!in.Empty()) {
     const Op op = kOps[in.U8() % kOpCount];
     const uint8_t which = in.U8();
     const CalibHandle h = which < 252 ? objects[which % 3] : in.Get<KvxULong>();
-    C c{in, h, &objects[2], optimised};
+    C c{in, h, &objects[2], st};
     op(c);
     for (CalibHandle o : objects) fz::BoundPixels(o);
   }
