@@ -7,6 +7,7 @@
 #                 black-box suite under Valgrind
 #   build-x86/    32-bit Linux (-m32): all tests
 #   build-asan/   native with AddressSanitizer + UndefinedBehaviorSanitizer
+#   build-fuzz/   libFuzzer targets: short runs and regression inputs
 #   build-bench/  the benchmarks compile (Release); the churn test runs
 #   python/       the Python package and kelvo, against build/'s module
 # Installs missing Debian packages first (as root). Ends with the line
@@ -217,6 +218,16 @@ if build_config build-asan "" -DCMAKE_BUILD_TYPE=Debug -DKVX_BUILD_TESTS=ON \
     run_ctest build-asan
 else
   fail "build-asan: build"
+fi
+
+# Every libFuzzer target runs briefly (clang, ASan + UBSan) and replays its
+# committed regression inputs.
+if step "build-fuzz: fuzz targets" build-fuzz/logs/fuzz.log \
+  bash "$KVX_ROOT/tools/test-fuzz.sh"; then
+  grep -E '^(FAILED )?[a-z_ ]+: ' build-fuzz/logs/fuzz.log
+  pass
+else
+  fail "build-fuzz: a fuzz target found a fault (build-fuzz/logs/fuzz.log)"
 fi
 
 if build_config build-bench kvx_bench -DCMAKE_BUILD_TYPE=Release \
