@@ -19,6 +19,7 @@ struct State {
   bool optimised = false;  // a whole grid search: one per input keeps it fast
   KvxGratingFit fit{};
   KvxPolynomialFit poly{};
+  KvxAutocalResult autocal{};
 };
 
 struct C {
@@ -117,6 +118,32 @@ const Fit* Received(C& c, Fit& last, Fit& any) {
   return &any;
 }
 
+// Lamp spectra of up to 2048 counts each (a host's own array of the count
+// it passes), the built-in list of one or two lamps, options from the input.
+void Autocal(C& c) {
+  KvxLampLine lines[160];
+  KvxLong n = 0;
+  KvxGetLampLines(nullptr, c.in.U8() & 1 ? "Ne" : "Hg,Ar", lines, 160, &n);
+  n = n < 160 ? n : 160;
+  const KvxLong m = 1 + c.in.U8() % 2;
+  KvxAutocalSpectrum spectra[2] = {};
+  std::vector<double> counts[2];
+  for (KvxLong k = 0; k < m; ++k) {
+    const KvxLong count = c.in.U8() < 200 ? 1024 : c.I() % 2049;
+    counts[k].resize(size_t(count > 0 ? count : 0));
+    c.in.Raw(counts[k].data(), counts[k].size() * sizeof(double));
+    spectra[k].counts = counts[k].data();
+    spectra[k].count = count;
+    spectra[k].center = c.W();
+  }
+  KvxAutocalOptions o;
+  KvxInitAutocalOptions(&o);
+  if (c.in.U8() < 32) o = c.in.Get<KvxAutocalOptions>();
+  KvxIdentifiedLine found[64];
+  KvxAutoCalibrate(c.h, spectra, m, lines, n, &o, &c.st.autocal, found,
+                   c.in.U8() % 65);
+}
+
 using Op = void (*)(C&);
 // clang-format off
 const Op kOps[] = {
@@ -207,6 +234,9 @@ const Op kOps[] = {
   [](C& c) { PolynomialFit(c); },
   [](C& c) { KvxPolynomialFit any; KvxEvaluatePolynomialFit(Received(c, c.st.poly, any), c.P(), &c.a); },
   [](C& c) { KvxPolynomialFit any; KvxInstallPolynomialTable(c.h, Received(c, c.st.poly, any), c.in.U8() & 1 ? &c.u : nullptr); },
+  [](C& c) { Autocal(c); },
+  [](C& c) { KvxAutocalResult any; const KvxAutocalResult* r = Received(c, c.st.autocal, any); const KvxLong n = c.I(); fz::Buf<double> v(n); KvxAutocalWavelengths(c.h, r, c.W(), v.get(), n); },
+  [](C& c) { KvxAutocalResult any; KvxInstallAutocal(c.h, Received(c, c.st.autocal, any)); },
 };
 // clang-format on
 constexpr size_t kOpCount = sizeof kOps / sizeof kOps[0];
