@@ -1543,16 +1543,16 @@ typedef struct KVX_ALIGN8 KvxAutocalSpectrum {
 #if !KVX_PTR64
   KvxLong reserved4; /* 4: not read */
 #endif
-  KvxLong count;             /* 8: the active detector's number of pixels */
-  KvxLong peaks;             /* 12: out: peaks found (3 px from the ends
-                                excluded) */
-  double center;             /* 16: requested center wavelength, nm */
-  double fittedCenter;       /* 24: out: fitted wavelength at the center of
-                                the active pixel range */
-  double fittedCenterSigma;  /* 32: out: its standard uncertainty; -1.0
-                                when undetermined */
-  KvxLong linesUsed;         /* 40: out: named lines in this spectrum */
-  KvxLong reserved44;        /* 44: not read */
+  KvxLong count;            /* 8: the active detector's number of pixels */
+  KvxLong peaks;            /* 12: out: peaks found (3 px from the ends
+                               excluded) */
+  double center;            /* 16: requested center wavelength, nm */
+  double fittedCenter;      /* 24: out: fitted wavelength at the center of
+                               the active pixel range */
+  double fittedCenterSigma; /* 32: out: its standard uncertainty; -1.0
+                               when undetermined */
+  KvxLong linesUsed;        /* 40: out: named lines in this spectrum */
+  KvxLong reserved44;       /* 44: not read */
 } KvxAutocalSpectrum;
 
 /* The fitted model, 80 bytes. Sigmas are standard uncertainties (0.0 for a
@@ -1605,8 +1605,7 @@ typedef struct KVX_ALIGN8 KvxIdentifiedLine {
 KVX_EXPORT KvxULong KVX_CALL KvxGetLampLines(const char* path,
                                              const char* elements,
                                              KvxLampLine* lines,
-                                             KvxLong capacity,
-                                             KvxLong* count);
+                                             KvxLong capacity, KvxLong* count);
 
 /* Extension (ordinal 116). No handle. Fills the options with the defaults.
  * Returns 0; 11000 null options. */
@@ -1648,9 +1647,9 @@ KVX_EXPORT KvxULong KVX_CALL KvxAutoCalibrate(
  * the axis at that grating position. The object is not changed.
  * Returns 0; 11054 manual object; 11000 null result or wavelengths; 11047
  * count below 1; 11065 a center the fitted grating cannot reach. */
-KVX_EXPORT KvxULong KVX_CALL KvxAutocalWavelengths(
-    CalibHandle handle, const KvxAutocalResult* result, double center,
-    double* wavelengths, KvxLong count);
+KVX_EXPORT KvxULong KVX_CALL
+KvxAutocalWavelengths(CalibHandle handle, const KvxAutocalResult* result,
+                      double center, double* wavelengths, KvxLong count);
 
 /* Extension (ordinal 119). Automatic mode. Installs the fitted focal
  * length, inclusion angle and detector angle of *result into the working

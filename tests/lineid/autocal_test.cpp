@@ -20,7 +20,8 @@ std::vector<KvxLampLine> Lamp(const char* elements) {
   KvxLong count = 0;
   EXPECT_EQ(KvxGetLampLines(nullptr, elements, nullptr, 0, &count), 0u);
   std::vector<KvxLampLine> lines(static_cast<size_t>(count));
-  EXPECT_EQ(KvxGetLampLines(nullptr, elements, lines.data(), count, &count), 0u);
+  EXPECT_EQ(KvxGetLampLines(nullptr, elements, lines.data(), count, &count),
+            0u);
   return lines;
 }
 
@@ -31,7 +32,8 @@ struct Instrument : kvx_test::Handle {
     d.numPixels = o.pixels;
     d.pixelSize = o.pixelUm;
     EXPECT_EQ(CalibLoadDetector(*this, &d, sizeof d), 0u);
-    SpectrographRecord s{1, 1, 1, {}, {}, o.focal, o.inclusion, o.detector, 1.0};
+    SpectrographRecord s{1,       1,           1,          {}, {},
+                         o.focal, o.inclusion, o.detector, 1.0};
     TurretRecord t{0, 1, {}, 1};
     GratingRecord g{};
     g.gratingId = 1;
@@ -52,9 +54,10 @@ struct Outcome {
   std::vector<KvxIdentifiedLine> lines;
 };
 
-Outcome Calibrate(CalibHandle h, const std::vector<const LampSpectrum*>& spectra,
-              const std::vector<double>& centers,
-              const std::vector<KvxLampLine>& lamp) {
+Outcome Calibrate(CalibHandle h,
+                  const std::vector<const LampSpectrum*>& spectra,
+                  const std::vector<double>& centers,
+                  const std::vector<KvxLampLine>& lamp) {
   Outcome run;
   for (size_t j = 0; j < spectra.size(); ++j) {
     KvxAutocalSpectrum s{};
@@ -64,10 +67,12 @@ Outcome Calibrate(CalibHandle h, const std::vector<const LampSpectrum*>& spectra
     run.spectra.push_back(s);
   }
   run.lines.resize(200);
-  run.code = KvxAutoCalibrate(h, run.spectra.data(), static_cast<KvxLong>(spectra.size()),
-                              lamp.data(), static_cast<KvxLong>(lamp.size()), nullptr,
+  run.code = KvxAutoCalibrate(h, run.spectra.data(),
+                              static_cast<KvxLong>(spectra.size()), lamp.data(),
+                              static_cast<KvxLong>(lamp.size()), nullptr,
                               &run.result, run.lines.data(), 200);
-  run.lines.resize(run.code == 0 ? static_cast<size_t>(run.result.lineCount) : 0);
+  run.lines.resize(run.code == 0 ? static_cast<size_t>(run.result.lineCount)
+                                 : 0);
   return run;
 }
 
@@ -88,7 +93,8 @@ bool Identifiable(const LampSpectrum& s, const kvx_test::TrueLine& l,
   }
   for (const KvxLampLine& o : lamp) {
     const double p = kvx_test::TruePixel(s.truth, s.trueCenter, o.wavelength);
-    if (o.wavelength != lamp[l.listIndex].wavelength && std::fabs(p - l.pixel) < 2.5 * 1.05 &&
+    if (o.wavelength != lamp[l.listIndex].wavelength &&
+        std::fabs(p - l.pixel) < 2.5 * 1.05 &&
         o.intensity >= 0.01 * lamp[l.listIndex].intensity) {
       return false;
     }
@@ -103,16 +109,20 @@ double AxisError(CalibHandle h, const KvxAutocalResult& fit, double fitCenter,
                  const Optics& truth, double trueCenter, int first, int last,
                  bool relative = false) {
   std::vector<double> axis(static_cast<size_t>(truth.pixels));
-  EXPECT_EQ(KvxAutocalWavelengths(h, &fit, fitCenter, axis.data(), truth.pixels), 0u);
+  EXPECT_EQ(
+      KvxAutocalWavelengths(h, &fit, fitCenter, axis.data(), truth.pixels), 0u);
   const int c = truth.pixels / 2;  // pixel c + 0.5 is the center
   const double fitMid = relative ? 0.5 * (axis[c - 1] + axis[c]) : 0.0;
-  const double trueMid = relative ? kvx_test::TrueWavelength(truth, trueCenter, c + 0.5) : 0.0;
+  const double trueMid =
+      relative ? kvx_test::TrueWavelength(truth, trueCenter, c + 0.5) : 0.0;
   const double perPixel = kvx_test::TrueWavelength(truth, trueCenter, c + 1.0) -
                           kvx_test::TrueWavelength(truth, trueCenter, c);
   double worst = 0;
   for (int k = first; k <= last; ++k) {
-    const double truePixel = kvx_test::TrueWavelength(truth, trueCenter, k) - trueMid;
-    worst = std::max(worst, std::fabs(axis[k - 1] - fitMid - truePixel) / perPixel);
+    const double truePixel =
+        kvx_test::TrueWavelength(truth, trueCenter, k) - trueMid;
+    worst =
+        std::max(worst, std::fabs(axis[k - 1] - fitMid - truePixel) / perPixel);
   }
   return worst;
 }
@@ -136,50 +146,59 @@ TEST_P(Identification, NamesTheLinesOfManySeedsWithoutAWrongOne) {
   double spanError = 0, detectorError = 0;
   for (unsigned seed = 1; seed <= 50; ++seed) {
     const Optics truth = kvx_test::TrueOptics(Optics{}, seed);
-    const LampSpectrum s = kvx_test::MakeLampSpectrum(truth, c.center, lamp, seed);
+    const LampSpectrum s =
+        kvx_test::MakeLampSpectrum(truth, c.center, lamp, seed);
     const Outcome run = Calibrate(h, {&s}, {c.center}, lamp);
     ASSERT_EQ(run.code, 0u) << "seed " << seed;
     for (const auto& l : s.lines) {
       if (!Identifiable(s, l, lamp)) continue;
       ++identifiable;
       for (const KvxIdentifiedLine& n : run.lines) {
-        named += n.wavelength == lamp[l.listIndex].wavelength && std::fabs(n.pixel - l.pixel) < 1;
+        named += n.wavelength == lamp[l.listIndex].wavelength &&
+                 std::fabs(n.pixel - l.pixel) < 1;
       }
     }
     for (const KvxIdentifiedLine& n : run.lines) {
       bool right = false;
       for (const auto& l : s.lines) {
-        right |= l.listIndex >= 0 && lamp[l.listIndex].wavelength == n.wavelength &&
+        right |= l.listIndex >= 0 &&
+                 lamp[l.listIndex].wavelength == n.wavelength &&
                  std::fabs(n.pixel - l.pixel) < 1;
       }
       wrong += !right;
     }
     const double fitted = run.spectra[0].fittedCenter;
-    spanError = std::max(spanError, AxisError(h, run.result, fitted, truth, s.trueCenter,
-                                              static_cast<int>(run.lines.front().pixel),
-                                              static_cast<int>(run.lines.back().pixel) + 1));
+    spanError = std::max(
+        spanError, AxisError(h, run.result, fitted, truth, s.trueCenter,
+                             static_cast<int>(run.lines.front().pixel),
+                             static_cast<int>(run.lines.back().pixel) + 1));
     detectorError = std::max(
-        detectorError, AxisError(h, run.result, fitted, truth, s.trueCenter, 1, truth.pixels));
+        detectorError,
+        AxisError(h, run.result, fitted, truth, s.trueCenter, 1, truth.pixels));
   }
-  std::printf("%s at %.0f nm: %d of %d identifiable lines named, %d wrong; axis within %.3f px "
-              "over the lines, %.3f px over the detector\n",
-              c.elements, c.center, named, identifiable, wrong, spanError, detectorError);
+  std::printf(
+      "%s at %.0f nm: %d of %d identifiable lines named, %d wrong; axis within "
+      "%.3f px "
+      "over the lines, %.3f px over the detector\n",
+      c.elements, c.center, named, identifiable, wrong, spanError,
+      detectorError);
   EXPECT_GE(named, 0.95 * identifiable);
   EXPECT_EQ(wrong, 0);
   EXPECT_LT(spanError, 0.1);
 }
 
-INSTANTIATE_TEST_SUITE_P(Lamps, Identification,
-                         ::testing::Values(LampCase{"Ne", 640}, LampCase{"Ne", 670},
-                                           LampCase{"Hg,Ar", 780}, LampCase{"Hg+Ar", 800},
-                                           LampCase{"Kr", 790}, LampCase{"Kr", 810}),
-                         [](const auto& info) {
-                           std::string name = info.param.elements;
-                           name.erase(std::remove_if(name.begin(), name.end(),
-                                                     [](char ch) { return !std::isalnum(ch); }),
-                                      name.end());
-                           return name + std::to_string(static_cast<int>(info.param.center));
-                         });
+INSTANTIATE_TEST_SUITE_P(
+    Lamps, Identification,
+    ::testing::Values(LampCase{"Ne", 640}, LampCase{"Ne", 670},
+                      LampCase{"Hg,Ar", 780}, LampCase{"Hg+Ar", 800},
+                      LampCase{"Kr", 790}, LampCase{"Kr", 810}),
+    [](const auto& info) {
+      std::string name = info.param.elements;
+      name.erase(std::remove_if(name.begin(), name.end(),
+                                [](char ch) { return !std::isalnum(ch); }),
+                 name.end());
+      return name + std::to_string(static_cast<int>(info.param.center));
+    });
 
 // Two neon spectra at 640 and 700 nm share the optics; the fitted optics
 // then place every pixel at 750 nm, relative to the center pixel, within
@@ -191,14 +210,19 @@ TEST(AutoCalibration, FittedOpticsHoldFiftyNanometresAway) {
   for (unsigned seed = 1; seed <= 20; ++seed) {
     const Optics truth = kvx_test::TrueOptics(Optics{}, seed);
     const LampSpectrum a = kvx_test::MakeLampSpectrum(truth, 640, lamp, seed);
-    const LampSpectrum b = kvx_test::MakeLampSpectrum(truth, 700, lamp, seed + 1000);
+    const LampSpectrum b =
+        kvx_test::MakeLampSpectrum(truth, 700, lamp, seed + 1000);
     const Outcome run = Calibrate(h, {&a, &b}, {640, 700}, lamp);
     ASSERT_EQ(run.code, 0u) << "seed " << seed;
     EXPECT_GT(run.spectra[0].linesUsed, 0);
     EXPECT_GT(run.spectra[1].linesUsed, 0);
-    worst = std::max(worst, AxisError(h, run.result, 750, truth, 750, 1, truth.pixels, true));
+    worst = std::max(worst, AxisError(h, run.result, 750, truth, 750, 1,
+                                      truth.pixels, true));
   }
-  std::printf("at 750 nm every pixel within %.3f px of the truth, relative to the center\n", worst);
+  std::printf(
+      "at 750 nm every pixel within %.3f px of the truth, relative to the "
+      "center\n",
+      worst);
   EXPECT_LT(worst, 0.3);
 }
 
@@ -236,22 +260,26 @@ TEST(LampLines, ElementsAndUserListsAreSelected) {
     const char* elements;
     KvxULong code;
     KvxLong count;
-  } cases[] = {{"", "Ne", 0, 43},           {"", "Hg+Ar", 0, 20},
-               {"", " hg, AR ", 0, 20},     {"", "", 0, 88},
-               {"", "Kr;Cd", 0, 25},        {"", "Xe", NqeLampListUnreadable, -1},
-               {"# mine\nelement,air_wavelength_nm,relative_intensity\nXe I,823.16,5\n"
-                "Xe I,828.01,2\nNe I,640.2248,1\n",
-                "xe", 0, 2},
-               {"element,nm,i\nXe I,abc,1\n", "", NqeLampListUnreadable, -1},
-               {"Xe I,823.16\n", "", NqeLampListUnreadable, -1},
-               {"# nothing\n", "", NqeLampListUnreadable, -1}};
+  } cases[] = {
+      {"", "Ne", 0, 43},
+      {"", "Hg+Ar", 0, 20},
+      {"", " hg, AR ", 0, 20},
+      {"", "", 0, 88},
+      {"", "Kr;Cd", 0, 25},
+      {"", "Xe", NqeLampListUnreadable, -1},
+      {"# mine\nelement,air_wavelength_nm,relative_intensity\nXe I,823.16,5\n"
+       "Xe I,828.01,2\nNe I,640.2248,1\n",
+       "xe", 0, 2},
+      {"element,nm,i\nXe I,abc,1\n", "", NqeLampListUnreadable, -1},
+      {"Xe I,823.16\n", "", NqeLampListUnreadable, -1},
+      {"# nothing\n", "", NqeLampListUnreadable, -1}};
   for (const auto& c : cases) {
     const std::string path = dir + "kvx-lamp-lines.csv";
     std::ofstream(path) << c.text;
     KvxLampLine first{};
     KvxLong count = -1;
-    EXPECT_EQ(KvxGetLampLines(c.text.empty() ? nullptr : path.c_str(), c.elements, &first, 1,
-                              &count),
+    EXPECT_EQ(KvxGetLampLines(c.text.empty() ? nullptr : path.c_str(),
+                              c.elements, &first, 1, &count),
               c.code)
         << c.elements;
     EXPECT_EQ(count, c.count) << c.elements;
@@ -288,8 +316,9 @@ TEST(AutoCalibration, RefusesUnusableArguments) {
                {2048, &options, nullptr, NqeNullPointer}};
   for (const auto& c : cases) {
     spectrum.count = c.count;
-    EXPECT_EQ(KvxAutoCalibrate(h, &spectrum, 1, ne.data(), static_cast<KvxLong>(ne.size()),
-                               c.options, c.result, nullptr, 0),
+    EXPECT_EQ(KvxAutoCalibrate(h, &spectrum, 1, ne.data(),
+                               static_cast<KvxLong>(ne.size()), c.options,
+                               c.result, nullptr, 0),
               c.code);
   }
 }

@@ -28,10 +28,13 @@ struct Optics {
 inline double TrueWavelength(const Optics& o, double center, double p) {
   const double phi = o.inclusion * 0.008726646258333333;
   const double gamma = o.detector * 0.017453292516666667;
-  const double theta = std::asin(o.grooves * center * 1e-6 / (2 * std::cos(phi)));
+  const double theta =
+      std::asin(o.grooves * center * 1e-6 / (2 * std::cos(phi)));
   const double x = o.pixelUm * (p - 0.5 * (o.pixels + 1)) * 0.001;
-  const double delta = std::atan(x * std::cos(gamma) / (o.focal + x * std::sin(gamma)));
-  return (std::sin(theta - phi) + std::sin(theta + phi + delta)) * 1e6 / o.grooves;
+  const double delta =
+      std::atan(x * std::cos(gamma) / (o.focal + x * std::sin(gamma)));
+  return (std::sin(theta - phi) + std::sin(theta + phi + delta)) * 1e6 /
+         o.grooves;
 }
 
 // Its inverse in closed form: sin(beta) from the equation, then the
@@ -39,8 +42,10 @@ inline double TrueWavelength(const Optics& o, double center, double p) {
 inline double TruePixel(const Optics& o, double center, double wavelength) {
   const double phi = o.inclusion * 0.008726646258333333;
   const double gamma = o.detector * 0.017453292516666667;
-  const double theta = std::asin(o.grooves * center * 1e-6 / (2 * std::cos(phi)));
-  const double beta = std::asin(wavelength * o.grooves * 1e-6 - std::sin(theta - phi));
+  const double theta =
+      std::asin(o.grooves * center * 1e-6 / (2 * std::cos(phi)));
+  const double beta =
+      std::asin(wavelength * o.grooves * 1e-6 - std::sin(theta - phi));
   const double t = std::tan(beta - theta - phi);
   const double x = o.focal * t / (std::cos(gamma) - t * std::sin(gamma));
   return 0.5 * (o.pixels + 1) + x / (o.pixelUm * 0.001);
@@ -63,10 +68,12 @@ struct LampSpectrum {
 // The true optics of an instrument the host believes to be `nominal`: the
 // focal length (so the dispersion) up to `dispersionOff` away, the detector
 // angle up to half a degree.
-inline Optics TrueOptics(const Optics& nominal, unsigned seed, double dispersionOff = 0.03) {
+inline Optics TrueOptics(const Optics& nominal, unsigned seed,
+                         double dispersionOff = 0.03) {
   std::mt19937_64 rng(seed * 7919u + 1u);
   Optics truth = nominal;
-  truth.focal *= 1.0 + std::uniform_real_distribution<double>(-dispersionOff, dispersionOff)(rng);
+  truth.focal *= 1.0 + std::uniform_real_distribution<double>(
+                           -dispersionOff, dispersionOff)(rng);
   truth.detector += std::uniform_real_distribution<double>(-0.5, 0.5)(rng);
   return truth;
 }
@@ -74,16 +81,17 @@ inline Optics TrueOptics(const Optics& nominal, unsigned seed, double dispersion
 // A spectrum taken with the grating set for `center`: the real center is
 // up to `shiftPixels` pixels off.
 inline LampSpectrum MakeLampSpectrum(const Optics& truth, double center,
-                                     const std::vector<KvxLampLine>& list, unsigned seed,
-                                     double shiftPixels = 30.0) {
+                                     const std::vector<KvxLampLine>& list,
+                                     unsigned seed, double shiftPixels = 30.0) {
   std::mt19937_64 rng(seed);
   auto uniform = [&](double a, double b) {
     return std::uniform_real_distribution<double>(a, b)(rng);
   };
   LampSpectrum s;
   s.truth = truth;
-  const double perPixel = TrueWavelength(truth, center, truth.pixels * 0.5 + 1) -
-                          TrueWavelength(truth, center, truth.pixels * 0.5);
+  const double perPixel =
+      TrueWavelength(truth, center, truth.pixels * 0.5 + 1) -
+      TrueWavelength(truth, center, truth.pixels * 0.5);
   s.trueCenter = center + uniform(-shiftPixels, shiftPixels) * perPixel;
   s.fwhm = uniform(2.0, 3.0);
   const double sigma = s.fwhm / 2.354820045;
@@ -91,9 +99,12 @@ inline LampSpectrum MakeLampSpectrum(const Optics& truth, double center,
   double strongest = 0;
   for (size_t i = 0; i < list.size(); ++i) {
     const double p = TruePixel(s.truth, s.trueCenter, list[i].wavelength);
-    if (std::isfinite(p) && p > -10 && p < s.truth.pixels + 10 && uniform(0, 1) > 0.1) {
-      s.lines.push_back({p, list[i].intensity * std::exp(uniform(std::log(0.3), std::log(3.0))),
-                         static_cast<int>(i)});
+    if (std::isfinite(p) && p > -10 && p < s.truth.pixels + 10 &&
+        uniform(0, 1) > 0.1) {
+      s.lines.push_back(
+          {p,
+           list[i].intensity * std::exp(uniform(std::log(0.3), std::log(3.0))),
+           static_cast<int>(i)});
       strongest = std::max(strongest, s.lines.back().amplitude);
     }
   }
@@ -103,20 +114,24 @@ inline LampSpectrum MakeLampSpectrum(const Optics& truth, double center,
     const double p = uniform(10, s.truth.pixels - 10);
     bool clear = true;
     for (const KvxLampLine& l : list) {
-      clear = clear && std::fabs(TruePixel(s.truth, s.trueCenter, l.wavelength) - p) > 6;
+      clear = clear &&
+              std::fabs(TruePixel(s.truth, s.trueCenter, l.wavelength) - p) > 6;
     }
     if (clear) s.lines.push_back({p, peak * uniform(0.02, 0.5), -1});
   }
   const double base = uniform(50, 300), slope = uniform(-0.5, 0.5);
   for (int k = 1; k <= s.truth.pixels; ++k) {
-    double mean = base * (1 + slope * (k - 0.5 * s.truth.pixels) / s.truth.pixels);
+    double mean =
+        base * (1 + slope * (k - 0.5 * s.truth.pixels) / s.truth.pixels);
     for (const TrueLine& l : s.lines) {
       if (std::fabs(k - l.pixel) > 8 * sigma) continue;
       const double area = l.amplitude * sigma * 2.5066282746310002;
-      mean += 0.5 * area * (std::erf((k + 0.5 - l.pixel) / (sigma * 1.4142135623730951)) -
-                            std::erf((k - 0.5 - l.pixel) / (sigma * 1.4142135623730951)));
+      mean += 0.5 * area *
+              (std::erf((k + 0.5 - l.pixel) / (sigma * 1.4142135623730951)) -
+               std::erf((k - 0.5 - l.pixel) / (sigma * 1.4142135623730951)));
     }
-    s.counts.push_back(static_cast<double>(std::poisson_distribution<long>(mean)(rng)));
+    s.counts.push_back(
+        static_cast<double>(std::poisson_distribution<long>(mean)(rng)));
   }
   return s;
 }
