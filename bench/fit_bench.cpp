@@ -7,6 +7,7 @@
 #include <cmath>
 #include <vector>
 
+#include "../tools/one_grating.h"
 #include "KelvoCalibrate.h"
 
 namespace {
@@ -15,26 +16,7 @@ constexpr double kCenters[3] = {500.0, 560.0, 620.0};
 
 // 2048 pixels of 13.5 um, 1200 g/mm; the optics given.
 bool Load(CalibHandle h, double f, double psi, double gamma) {
-  DetectorRecord d{};
-  d.numPixels = 2048;
-  d.pixelSize = 13.5;
-  SpectrographRecord s{};
-  s.numTurrets = s.numGratings = 1;
-  s.focalLength = 300.0;
-  s.inclusionAngle = 30.0;
-  s.scaleFactor = 1.0;
-  TurretRecord t{};
-  t.numGratings = 1;
-  GratingRecord g{};
-  g.grooveDensity = 1200.0;
-  g.focalLength = f;
-  g.inclusionAngle = psi;
-  g.detectorAngle = gamma;
-  return CalibLoadDetector(h, &d, sizeof d) == 0 &&
-         CalibLoadSpectrograph(h, &s, sizeof s) == 0 &&
-         CalibLoadTurrets(h, &t, sizeof t, 1) == 0 &&
-         CalibLoadGratings(h, &g, sizeof g, 1) == 0 &&
-         CalibSelectGrating(h, 1) == 0;
+  return LoadOneGrating(h, {2048, 13.5, 1200.0, f, psi, gamma, 0.0}) == 0;
 }
 
 // Ten lines per spectrum where the true instrument (306.37 mm, 30.523 and

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 
+#include "../tools/one_grating.h"
 #include "KelvoCalibrate.h"
 #include "api/calib_object.h"
 #include "optimise/disp_params.h"
@@ -23,23 +24,7 @@ constexpr double kHard[4] = {20.0, -15.0, 10.0, -25.0};
 // G 1200, psi 30, gamma 0, f 300, K 1, 1024 pixels of 26 um, no regions,
 // center 500 nm; Hg 546.07 and 435.83 proposed, then the cursors moved.
 bool PrepareHandle(CalibHandle h, const double (&moves)[4]) {
-  DetectorRecord d{};
-  d.numPixels = 1024;
-  d.pixelSize = 26.0;
-  SpectrographRecord s{};
-  s.numTurrets = s.numGratings = 1;
-  s.focalLength = 300.0;
-  s.inclusionAngle = 30.0;
-  s.scaleFactor = 1.0;
-  TurretRecord t{};
-  t.numGratings = 1;
-  GratingRecord g{};
-  g.grooveDensity = 1200.0;
-  if (CalibLoadDetector(h, &d, sizeof d) != 0 ||
-      CalibLoadSpectrograph(h, &s, sizeof s) != 0 ||
-      CalibLoadTurrets(h, &t, sizeof t, 1) != 0 ||
-      CalibLoadGratings(h, &g, sizeof g, 1) != 0 ||
-      CalibSelectGrating(h, 1) != 0 ||
+  if (LoadOneGrating(h, OneGrating{}) != 0 ||
       CalibSetCenterWavelength(h, 500.0) != 0 ||
       CalibCalcDispersionTargetData(h, 546.07, 435.83) != 0) {
     return false;

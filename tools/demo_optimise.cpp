@@ -7,6 +7,7 @@
 
 #include "KelvoCalibrate.h"
 #include "demo_sections.h"
+#include "one_grating.h"
 
 namespace demo {
 
@@ -20,30 +21,11 @@ struct Optics {
 // grating whose optics are `optics` (the spectrograph's defaults stay the
 // nominal 300 mm, 30 and 0 degrees, from which the search bounds follow).
 bool Instrument(CalibHandle* handle, const Optics& optics) {
-  DetectorRecord d{};
-  d.numPixels = 1024;
-  d.pixelSize = 26.0;
-  SpectrographRecord s{};
-  s.numTurrets = s.numGratings = 1;
-  s.focalLength = 300.0;
-  s.inclusionAngle = 30.0;
-  s.scaleFactor = 1.0;
-  TurretRecord t{};
-  t.numGratings = 1;
-  GratingRecord g{};
-  g.grooveDensity = 1200.0;
-  g.focalLength = optics.focalLength;
-  g.inclusionAngle = optics.inclusionAngle;
-  g.detectorAngle = optics.detectorAngle;
   return Check(CalibCreate(CalibModeAutomatic, handle), "CalibCreate") &&
-         Check(CalibLoadDetector(*handle, &d, sizeof d), "CalibLoadDetector") &&
-         Check(CalibLoadSpectrograph(*handle, &s, sizeof s),
-               "CalibLoadSpectrograph") &&
-         Check(CalibLoadTurrets(*handle, &t, sizeof t, 1),
-               "CalibLoadTurrets") &&
-         Check(CalibLoadGratings(*handle, &g, sizeof g, 1),
-               "CalibLoadGratings") &&
-         Check(CalibSelectGrating(*handle, 1), "CalibSelectGrating");
+         Check(LoadOneGrating(
+                   *handle, {1024, 26.0, 1200.0, optics.focalLength,
+                             optics.inclusionAngle, optics.detectorAngle, 0.0}),
+               "loading the instrument");
 }
 
 // Where the real instrument, set to `center`, shows `line`: a secant search

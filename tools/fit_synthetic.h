@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "KelvoCalibrate.h"
+#include "one_grating.h"
 
 namespace fit_synthetic {
 
@@ -77,24 +78,8 @@ inline std::vector<KvxFitLine> Lines(const Optics& truth,
 // Loads the nominal instrument into an automatic object; `offset` is the
 // grating's center pixel offset.
 inline bool LoadNominal(CalibHandle h, double offset = 0.0) {
-  DetectorRecord d{};
-  d.numPixels = kPixels;
-  d.pixelSize = kPixelUm;
-  SpectrographRecord s{};
-  s.numTurrets = s.numGratings = 1;
-  s.focalLength = 300.0;
-  s.inclusionAngle = 30.0;
-  s.scaleFactor = 1.0;
-  TurretRecord t{};
-  t.numGratings = 1;
-  GratingRecord g{};
-  g.grooveDensity = kGroove;
-  g.centerPixelOffset = offset;
-  return CalibLoadDetector(h, &d, sizeof d) == 0 &&
-         CalibLoadSpectrograph(h, &s, sizeof s) == 0 &&
-         CalibLoadTurrets(h, &t, sizeof t, 1) == 0 &&
-         CalibLoadGratings(h, &g, sizeof g, 1) == 0 &&
-         CalibSelectGrating(h, 1) == 0;
+  return LoadOneGrating(
+             h, {kPixels, kPixelUm, kGroove, 0.0, 0.0, 0.0, offset}) == 0;
 }
 
 // A fit of `lines` with start centers `starts`.
