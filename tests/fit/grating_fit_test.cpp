@@ -18,6 +18,8 @@ struct Truth {
   int perSpectrum;
   double noise;  // pixels
 };
+// Test parameters print as their names: their raw bytes include padding.
+void PrintTo(const Truth& t, std::ostream* os) { *os << t.name; }
 
 class Recovery : public ::testing::TestWithParam<Truth> {};
 
@@ -225,6 +227,7 @@ struct BadInput {
   void (*spoil)(std::vector<KvxFitLine>&, KvxLong& count, KvxLong& spectra);
   KvxULong code;
 };
+void PrintTo(const BadInput& b, std::ostream* os) { *os << b.name; }
 
 class Refusals : public ::testing::TestWithParam<BadInput> {};
 
