@@ -54,6 +54,8 @@ struct Case {
   double rms;
   std::vector<Expected> at;
 };
+// Test parameters print as their names: their raw bytes include padding.
+void PrintTo(const Case& c, std::ostream* os) { *os << c.name; }
 
 class AgainstNumpy : public ::testing::TestWithParam<Case> {};
 
@@ -116,6 +118,7 @@ struct Refusal {
   int order;
   KvxULong code;
 };
+void PrintTo(const Refusal& r, std::ostream* os) { *os << r.name; }
 
 class PolynomialRefusals : public ::testing::TestWithParam<Refusal> {};
 
