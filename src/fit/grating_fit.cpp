@@ -157,7 +157,7 @@ class Problem {
     for (size_t k = 0; k < used_.size(); ++k) {
       const size_t i = used_[k];
       residuals[static_cast<Index>(k)] =
-          (fitted_[i] - lines_[i].wavelength) / scale_[i];
+          (fitted_[i] - lines_[i].wavelength) / scale_[i] * lines_[i].weight;
     }
     return 0;
   }
@@ -221,7 +221,8 @@ NqeErrorCode CheckInput(const SpectrographModel& model,
   std::vector<int32_t> perSpectrum(startCenters.size(), 0);
   for (const FitLine& line : lines) {
     if (line.spectrum < 0 ||
-        static_cast<size_t>(line.spectrum) >= startCenters.size()) {
+        static_cast<size_t>(line.spectrum) >= startCenters.size() ||
+        !(line.weight > 0.0 && std::isfinite(line.weight))) {
       return NqeBadNumber;
     }
     if (!(line.pixel >= 0.5 && line.pixel <= lastPixel)) {

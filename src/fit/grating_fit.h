@@ -16,12 +16,15 @@ namespace kvx {
 
 class SpectrographModel;
 
-// One measured line: the pixel where it was found, its known wavelength and
-// the spectrum (0-based) it was measured in.
+// One measured line: the pixel where it was found, its known wavelength,
+// the spectrum (0-based) it was measured in and its weight in the fit, the
+// inverse of the pixel's uncertainty in any unit common to all lines (a
+// strong line's peak is found far more precisely than a faint one's).
 struct FitLine {
   double pixel = 0.0;
   double wavelength = 0.0;  // nm
   int32_t spectrum = 0;
+  double weight = 1.0;
 };
 
 // The three optics parameters the fit shares between spectra.
@@ -81,9 +84,10 @@ struct GratingFitResult {
 // The model itself is not changed.
 // 11000 null result; 11027 fewer than 3 lines, or fewer lines than free
 // parameters (also after rejection); 11047 a spectrum index outside
-// 0..startCenters.size()-1 or no spectrum; 11016 a pixel outside
-// 0.5..N+0.5 or not finite; 11065 a wavelength or center the grating cannot
-// reach, or a model that turns unreachable; 11100 the fit did not converge.
+// 0..startCenters.size()-1, no spectrum or a weight not above 0; 11016 a pixel
+// outside 0.5..N+0.5 or not finite; 11065 a wavelength or center the grating
+// cannot reach, or a model that turns unreachable; 11100 the fit did not
+// converge.
 NqeErrorCode FitGratingModel(const SpectrographModel& model,
                              std::span<const FitLine> lines,
                              std::span<const double> startCenters,

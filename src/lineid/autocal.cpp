@@ -21,6 +21,11 @@ constexpr size_t kVotingPeaks = 40;
 // three widths of the broadest lines expected.
 constexpr double kPeakWindow = 4.5;
 constexpr int kPlacements = 12;
+// Lines weigh in the fit by the precision of their peaks (a faint line's
+// peak is found several times less precisely than a strong one's), up to
+// that of a peak found to this (pixels): beyond it the line's profile, not
+// the noise, limits how well a peak stands for its line.
+constexpr double kMinPeakSigma = 0.007;
 // A neighbour this much weaker than a line moves its peak too little to
 // matter; a stronger one makes the pair a blend.
 constexpr double kBlendIntensityRatio = 0.01;
@@ -200,9 +205,12 @@ std::vector<FitLine> FitLines(const std::vector<SpectrumWork>& work) {
   std::vector<FitLine> lines;
   for (size_t j = 0; j < work.size(); ++j) {
     for (const LineMatch& m : work[j].matches) {
-      lines.push_back({work[j].peakPixels[m.peak],
-                       work[j].lines[m.line].line->wavelength,
-                       static_cast<int32_t>(j)});
+      // A peak of unknown precision counts as known to a pixel.
+      const double sigma = work[j].peaks[m.peak].sigma;
+      lines.push_back(
+          {work[j].peakPixels[m.peak], work[j].lines[m.line].line->wavelength,
+           static_cast<int32_t>(j),
+           1.0 / (std::isnan(sigma) ? 1.0 : std::max(sigma, kMinPeakSigma))});
     }
   }
   return lines;
@@ -339,8 +347,8 @@ NqeErrorCode AutoCalibrate(const SpectrographModel& model,
       if (i + 1 < found.size()) {
         window = std::min(window, 0.5 * (found[i + 1].pixel - peak.pixel));
       }
-      peak.pixel =
-          RefinePeak(spectra[j].counts, spectra[j].count, peak.pixel, window);
+      peak.pixel = RefinePeak(spectra[j].counts, spectra[j].count, peak.pixel,
+                              window, &peak.sigma);
       // A peak whose position cannot be trusted names no line.
       if (std::isnan(peak.pixel)) continue;
       w.peaks.push_back(peak);

@@ -35,8 +35,26 @@ std::vector<LinePeak> FindLinePeaks(const double* counts, int32_t count,
   return peaks;
 }
 
+namespace {
+
+// Gauss-Jordan on the 4x4 normal equations a | b; the solution is
+// a[row][4] / a[row][row]. False when they are singular.
+bool Eliminate(double (&a)[4][5]) {
+  for (int col = 0; col < 4; ++col) {
+    if (!(std::fabs(a[col][col]) > 0.0)) return false;
+    for (int row = 0; row < 4; ++row) {
+      if (row == col) continue;
+      const double f = a[row][col] / a[col][col];
+      for (int c = col; c < 5; ++c) a[row][c] -= f * a[col][c];
+    }
+  }
+  return true;
+}
+
+}  // namespace
+
 double RefinePeak(const double* counts, int32_t count, double pixel,
-                  double halfWindow) {
+                  double halfWindow, double* sigma) {
   const auto first =
       std::max<int64_t>(1, static_cast<int64_t>(std::ceil(pixel - halfWindow)));
   const auto last = std::min<int64_t>(
@@ -47,28 +65,31 @@ double RefinePeak(const double* counts, int32_t count, double pixel,
   double p[4] = {std::min(counts[first - 1], counts[last - 1]), 0.0, pixel,
                  1.0};
   p[1] = counts[std::lround(pixel) - 1] - p[0];
-  double step = 1.0;
-  for (int iteration = 0; iteration < 12 && !(step < 1e-6); ++iteration) {
-    double a[4][5] = {};
+  // The normal equations at p: with the residuals on the right while
+  // fitting; for the center's variance weighted by the inverse of the
+  // counts (photon noise, whatever the gain) with the center's unit vector
+  // on the right.
+  auto normal = [&](double(&a)[4][5], bool variance) {
+    for (auto& row : a) std::fill(std::begin(row), std::end(row), 0.0);
     for (int64_t k = first; k <= last; ++k) {
       const double u = (k - p[2]) / p[3];
       const double g = std::exp(-0.5 * u * u);
       const double j[4] = {1.0, g, p[1] * g * u / p[3],
                            p[1] * g * u * u / p[3]};
-      const double r = counts[k - 1] - (p[0] + p[1] * g);
+      const double model = p[0] + p[1] * g;
+      const double w = variance ? 1.0 / std::max(model, 1.0) : 1.0;
       for (int row = 0; row < 4; ++row) {
-        for (int col = 0; col < 4; ++col) a[row][col] += j[row] * j[col];
-        a[row][4] += j[row] * r;
+        for (int col = 0; col < 4; ++col) a[row][col] += w * j[row] * j[col];
+        a[row][4] += variance ? 0.0 : j[row] * (counts[k - 1] - model);
       }
     }
-    for (int col = 0; col < 4; ++col) {
-      if (!(std::fabs(a[col][col]) > 0.0)) return failed;
-      for (int row = 0; row < 4; ++row) {
-        if (row == col) continue;
-        const double f = a[row][col] / a[col][col];
-        for (int c = col; c < 5; ++c) a[row][c] -= f * a[col][c];
-      }
-    }
+    if (variance) a[2][4] = 1.0;
+  };
+  double a[4][5];
+  double step = 1.0;
+  for (int iteration = 0; iteration < 12 && !(step < 1e-6); ++iteration) {
+    normal(a, false);
+    if (!Eliminate(a)) return failed;
     for (int row = 0; row < 4; ++row) {
       const double d = a[row][4] / a[row][row];
       p[row] += d;
@@ -80,7 +101,14 @@ double RefinePeak(const double* counts, int32_t count, double pixel,
     }
   }
   // Not settled: a profile the Gaussian does not describe.
-  return step < 1e-6 ? p[2] : failed;
+  if (!(step < 1e-6)) return failed;
+  if (sigma != nullptr) {
+    normal(a, true);
+    *sigma = Eliminate(a) && a[2][4] / a[2][2] >= 0.0
+                 ? std::sqrt(a[2][4] / a[2][2])
+                 : failed;
+  }
+  return p[2];
 }
 
 std::vector<Placement> SearchPlacements(std::span<const double> peaks,

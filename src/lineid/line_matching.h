@@ -13,6 +13,7 @@ namespace kvx {
 struct LinePeak {
   double pixel = 0.0;   // 1-based, sub-pixel
   double height = 0.0;  // curvature at the peak: its strength
+  double sigma = 0.0;   // uncertainty of the pixel (see RefinePeak)
 };
 
 // Every peak of the library's peak search (threshold in percent of the
@@ -25,8 +26,11 @@ std::vector<LinePeak> FindLinePeaks(const double* counts, int32_t count,
 // profile's sampling does not pull it. NaN when the fit fails, does not
 // settle, or moves by a pixel or more: the peak search put the peak where
 // no single line profile is (a weak line on a strong one's tail, a blend).
+// With `sigma`, the center's standard uncertainty for photon noise: in
+// pixels when the counts are photons, in proportion to it for any other
+// gain (NaN if it cannot be had).
 double RefinePeak(const double* counts, int32_t count, double pixel,
-                  double halfWindow);
+                  double halfWindow, double* sigma = nullptr);
 
 // A placement of the predicted pixels: measured = center + shift +
 // scale * (predicted - center), as offsets from the center pixel.
