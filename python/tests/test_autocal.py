@@ -86,6 +86,22 @@ def test_failures_say_why(kelvo, tmp_path, rows, args, message):
     assert code == 1 and message in err and len(err.strip().splitlines()) == 1
 
 
+# Other programs' ways of writing the same spectrum: a byte order mark,
+# semicolons, tabs, other names, pixels counted from 0 (positions come back
+# in that numbering).
+@pytest.mark.parametrize("header, sep, first", [("\ufeffPixel;Intensity", ";", 1), ("px\tsignal", "\t", 0)])
+def test_spectrum_files_of_other_programs(kelvo, tmp_path, header, sep, first):
+    example = ROOT / "examples" / "lamp-ne-640nm.csv"
+    rows = [line.split(",") for line in example.read_text().splitlines()[1:]]
+    path = tmp_path / "other.csv"
+    path.write_text(header + "\r\n" + "".join(f"{int(p) - 1 + first}{sep}{c}\r\n" for p, c in rows), encoding="utf-8")
+    runs = [autocal(kelvo, tmp_path, "--spectrum", f, "--center", 640, "--lamp", "Ne") for f in (example, path)]
+    assert [code for code, _, _ in runs] == [0, 0]
+    (_, a, _), (_, b, _) = runs
+    assert b["model"] == a["model"] and b["wavelengths_nm"] == a["wavelengths_nm"]
+    assert [ln["pixel"] for ln in b["lines"]] == [ln["pixel"] - 1 + first for ln in a["lines"]]
+
+
 def test_lamp_lines_of_the_built_in_list():
     from kelvocalibrate.autocal import lamp_lines
 

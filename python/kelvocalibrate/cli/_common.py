@@ -142,7 +142,7 @@ def read_table(path: str) -> Table:
     have as many fields as the first."""
     need_file(path)
     try:
-        with open(path, encoding="utf-8") as fh:
+        with open(path, encoding="utf-8-sig") as fh:  # spreadsheets write a BOM
             lines = fh.read().splitlines()
     except UnicodeDecodeError:
         raise CliError(f"{path}: not a text file") from None
@@ -161,7 +161,13 @@ def read_table(path: str) -> Table:
                     meta[key.strip().lower()] = value.strip()
                     break
             continue
-        fields = [f.strip() for f in stripped.split(",")]
+        # Commas; else semicolons; else tabs or spaces, as other programs write.
+        if "," in stripped:
+            fields = [f.strip() for f in stripped.split(",")]
+        elif ";" in stripped:
+            fields = [f.strip() for f in stripped.split(";")]
+        else:
+            fields = stripped.split()
         if columns is None and not rows and not all(_is_number(f) for f in fields):
             columns = [f.lower() for f in fields]
             continue
@@ -202,7 +208,7 @@ class Spectrum:
 
 def read_spectrum(path: str) -> Spectrum:
     """A spectrum CSV: a ``counts`` column alone, or an X column (``pixel``,
-    ``data_point`` or ``wavelength_nm``) and ``counts``."""
+    ``data_point`` or ``wavelength_nm``) and the counts under any name."""
     table = read_table(path)
     cols = table.columns
     if len(cols) == 1:
@@ -211,15 +217,14 @@ def read_spectrum(path: str) -> Spectrum:
         raise CliError(
             f"{path}: {len(cols)} columns ({', '.join(cols)}); expected counts, or an X column and counts"
         )
-    x_name = cols[0]
+    x_name = {"pixels": "pixel", "px": "pixel"}.get(cols[0], cols[0])
     if x_name.startswith("column"):
         x_name = "pixel"  # a file without names: pixel, counts
     elif x_name not in X_COLUMNS:
         raise CliError(
             f"{path}: first column {cols[0]!r} is not one of {', '.join(X_COLUMNS)} (X values in nm)"
         )
-    if not (cols[1] == "counts" or cols[1].startswith("column")):
-        raise CliError(f"{path}: second column {cols[1]!r} should be 'counts'")
+    # The second column is the counts whatever its name (intensity, signal).
     return Spectrum(path, table.column(1), x_name, table.column(0), table.meta)
 
 

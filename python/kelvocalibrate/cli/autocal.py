@@ -35,26 +35,28 @@ def add_arguments(p: argparse.ArgumentParser) -> None:
     add_common(p)
 
 
-def _counts(path: str, pixels: int) -> list[float]:
+def _counts(path: str, pixels: int) -> tuple[list[float], int]:
+    """The counts, and the number of the file's first pixel: files that count
+    pixels from 0 get their line positions back in that numbering."""
     spectrum = read_spectrum(path)
     if spectrum.x_name not in (None, "pixel"):
         raise CliError(f"{path}: the first column must be 'pixel' (got {spectrum.x_name!r})")
-    if spectrum.x is not None and spectrum.x != [float(k) for k in range(1, len(spectrum.x) + 1)]:
-        raise CliError(f"{path}: pixels must run 1, 2, 3, ... in order")
+    first = 1 if spectrum.x is None or spectrum.x[0] != 0.0 else 0
+    if spectrum.x is not None and spectrum.x != [float(k) for k in range(first, first + len(spectrum.x))]:
+        raise CliError(f"{path}: pixels must run 1, 2, 3, ... (or 0, 1, 2, ...) in order")
     if len(spectrum.counts) != pixels:
         raise CliError(f"{path}: {len(spectrum.counts)} counts, but the detector has {pixels} pixels")
-    return spectrum.counts
+    return spectrum.counts, first
 
 
-def _plot(path: str, spectra: list[list[float]], names: list[str], fit: AutocalResult) -> None:
+def _plot(path: str, spectra: list[list[float]], firsts: list[int], names: list[str], fit: AutocalResult) -> None:
     fig, axes = plots._figure(len(spectra) + 1, [3] * len(spectra) + [2])
-    pixels = range(1, len(spectra[0]) + 1)
     for j, (ax, counts) in enumerate(zip(axes, spectra)):
-        ax.plot(pixels, counts, color="tab:blue", linewidth=0.8)
+        ax.plot(range(firsts[j], firsts[j] + len(counts)), counts, color="tab:blue", linewidth=0.8)
         top = max(counts)
         for line in (ln for ln in fit.lines if ln.spectrum == j):
             height = counts[min(max(round(line.pixel) - 1, 0), len(counts) - 1)]
-            ax.annotate(f"{line.element} {line.wavelength_nm:.2f}", (line.pixel, height),
+            ax.annotate(f"{line.element} {line.wavelength_nm:.2f}", (line.pixel - 1 + firsts[j], height),
                         xytext=(0, 4), textcoords="offset points", rotation=90, fontsize=7,
                         ha="center", va="bottom", color="tab:red")
         ax.set_ylim(top=1.35 * top)
@@ -66,7 +68,7 @@ def _plot(path: str, spectra: list[list[float]], names: list[str], fit: AutocalR
     res.axhline(0.0, color="0.5", linewidth=0.8)
     for j in range(len(spectra)):
         mine = [ln for ln in fit.lines if ln.spectrum == j]
-        res.plot([ln.pixel for ln in mine], [ln.residual_nm * 1000 for ln in mine], "o",
+        res.plot([ln.pixel - 1 + firsts[j] for ln in mine], [ln.residual_nm * 1000 for ln in mine], "o",
                  label=names[j] if len(spectra) > 1 else None)
     res.set_xlabel("pixel")
     res.set_ylabel("residual (pm)")
@@ -84,7 +86,7 @@ def run(args: argparse.Namespace) -> Report:
     if args.lines:
         need_file(args.lines, "lamp-line list")
     description = load_description(args.spectrograph)
-    spectra = [_counts(path, description.pixels) for path in args.spectrum]
+    spectra, firsts = map(list, zip(*(_counts(path, description.pixels) for path in args.spectrum)))
     elements = ",".join(args.lamp)
     with about(args.lines or f"--lamp {elements}"):
         lamp_lines(elements, args.lines)  # an unknown element or a bad list: one line
@@ -113,18 +115,21 @@ def run(args: argparse.Namespace) -> Report:
         text.append(f"  {name}: requested {req:.3f} nm, fitted center {c:.4f} +- {s:.4f} nm")
     text.append("")
     text.append("  spectrum     pixel   element  wavelength nm  residual nm  residual px")
+    def pixel(ln: Any) -> float:  # in the file's numbering
+        return ln.pixel - 1 + firsts[ln.spectrum]
+
     for ln in fit.lines:
-        text.append(f"  {ln.spectrum + 1:8d}  {ln.pixel:8.3f}  {ln.element:>8s}  {ln.wavelength_nm:13.5f}"
+        text.append(f"  {ln.spectrum + 1:8d}  {pixel(ln):8.3f}  {ln.element:>8s}  {ln.wavelength_nm:13.5f}"
                     f"  {ln.residual_nm:+11.5f}  {ln.residual_px:+11.4f}")
     text.append(f"  RMS residual: {fit.rms_nm:.5f} nm, {fit.rms_px:.4f} px")
     if args.plot:
-        _plot(args.plot, spectra, names, fit)
+        _plot(args.plot, spectra, firsts, names, fit)
         text.append(f"plot written to {args.plot}")
     data: dict[str, Any] = {
         "spectra": [{"file": p, "center_nm": c, "peaks": n} for p, c, n in zip(args.spectrum, args.center, fit.peaks)],
         "lamp": elements,
         "lines": [
-            {"pixel": ln.pixel, "wavelength_nm": ln.wavelength_nm, "element": ln.element,
+            {"pixel": pixel(ln), "wavelength_nm": ln.wavelength_nm, "element": ln.element,
              "center_nm": ln.center_nm, "residual_nm": ln.residual_nm, "residual_px": ln.residual_px}
             for ln in fit.lines
         ],
