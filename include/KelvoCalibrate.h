@@ -1573,7 +1573,9 @@ typedef struct KVX_ALIGN8 KvxAutocalResult {
   KvxULong fixedMask;         /* 76: parameters held in the fit: the
                                  options' mask, plus those the lines could
                                  not determine (inclusion angle first, then
-                                 detector angle, focal length) */
+                                 detector angle, focal length) and an
+                                 angle they pin down no better than
+                                 0.25 degree */
 } KvxAutocalResult;
 
 /* One named line, 56 bytes. */

@@ -443,6 +443,7 @@ NqeErrorCode FitGratingModel(const SpectrographModel& model,
   out.rmsNm = std::sqrt(sumNm / out.used);
   out.rmsPixels = std::sqrt(sumPixels / out.used);
   out.evaluations = problem.Evaluations();
+  out.fixed = options.fixed;
   return NqeSuccess;
 }
 

@@ -77,6 +77,7 @@ struct GratingFitResult {
   int32_t used = 0;
   int32_t rejected = 0;
   int32_t evaluations = 0;  // model evaluations of all least-squares runs
+  uint32_t fixed = 0;       // the parameters held (GratingFitFixed bits)
 };
 
 // Fits the model's working optics (start values) and the per-spectrum

@@ -35,8 +35,11 @@ constexpr double kBlendIntensityRatio = 0.01;
 constexpr size_t kStrongPeaks = 8;
 constexpr double kStrongPeakShare = 3.0 / 8.0;
 // A line that the other lines place farther than this from its peak is a
-// coincidence the fit absorbed.
-constexpr double kLeaveOneOutPixels = 2.0;
+// coincidence the fit absorbed, or a faint list line under an unknown one
+// that moved the peak.
+constexpr double kLeaveOneOutPixels = 0.7;
+// An angle known from the lines no better than this (degrees) is held.
+constexpr double kMaxAngleSigma = 0.25;
 
 struct Candidate {
   double offset = 0.0;  // nominal pixel - center of the active range
@@ -231,14 +234,41 @@ uint32_t FixedFor(size_t lines, size_t spectra, uint32_t fixed) {
   return fixed;
 }
 
+// Fits `lines`, holding what FixedFor holds; then an angle the lines pin
+// down no better than kMaxAngleSigma is held at its nominal value as well
+// and the lines fitted again: few lines, or lines over a small part of the
+// detector, leave the angles loose, and beyond the lines a loose angle
+// bends the axis more than the nominal one does.
+NqeErrorCode FitHolding(const SpectrographModel& model,
+                        std::span<const FitLine> lines, size_t spectra,
+                        std::span<const double> centers, uint32_t fixed,
+                        double clipSigmas, GratingFitResult* fit) {
+  GratingFitOptions options;
+  options.fixed = FixedFor(lines.size(), spectra, fixed);
+  options.clipSigmas = clipSigmas;
+  NqeErrorCode code = FitGratingModel(model, lines, centers, options, fit);
+  const struct {
+    uint32_t bit;
+    double GratingOptics::*sigma;
+  } angles[] = {{kFixInclusionAngle, &GratingOptics::inclusionAngle},
+                {kFixDetectorAngle, &GratingOptics::detectorAngle}};
+  for (const auto& angle : angles) {
+    if (code != NqeSuccess || (options.fixed & angle.bit) != 0) continue;
+    const double sigma = fit->sigma.*angle.sigma;
+    if (sigma >= 0.0 && sigma <= kMaxAngleSigma) continue;
+    options.fixed |= angle.bit;
+    code = FitGratingModel(model, lines, centers, options, fit);
+  }
+  return code;
+}
+
 NqeErrorCode Fit(const SpectrographModel& model,
                  const std::vector<SpectrumWork>& work,
                  const std::vector<double>& centers, uint32_t fixed,
                  GratingFitResult* fit) {
   const std::vector<FitLine> lines = FitLines(work);
-  GratingFitOptions options;
-  options.fixed = FixedFor(lines.size(), work.size(), fixed);
-  return FitGratingModel(model, lines, centers, options, fit);
+  return FitHolding(model, lines, work.size(), centers, fixed,
+                    GratingFitOptions{}.clipSigmas, fit);
 }
 
 // Takes the lines the fit rejected out of the matches.
@@ -268,14 +298,11 @@ NqeErrorCode DropUnsupported(const SpectrographModel& model,
     for (size_t i = 0; i < lines.size(); ++i) {
       std::vector<FitLine> others = lines;
       others.erase(others.begin() + static_cast<std::ptrdiff_t>(i));
-      GratingFitOptions options;
-      options.fixed = FixedFor(others.size(), work.size(), fixed);
-      options.clipSigmas = 0.0;
       GratingFitResult loo;
       SpectrumAxis axis;
       // Lines the others cannot check (the last of a spectrum) stay.
-      if (FitGratingModel(model, others, fit->centers, options, &loo) !=
-              NqeSuccess ||
+      if (FitHolding(model, others, work.size(), fit->centers, fixed, 0.0,
+                     &loo) != NqeSuccess ||
           axis.Set(model, loo.optics, loo.centers[lines[i].spectrum]) !=
               NqeSuccess) {
         continue;
@@ -395,8 +422,7 @@ NqeErrorCode AutoCalibrate(const SpectrographModel& model,
   code = DropUnsupported(model, work, options.fixed, &fit);
   if (code != NqeSuccess) return code;
 
-  // The mask of the last fit, over the lines it was given.
-  result->fixed = FixedFor(FitLines(work).size(), work.size(), options.fixed);
+  result->fixed = fit.fixed;
   // Lines the fit rejected are not named.
   size_t k = 0;
   for (size_t j = 0; j < work.size(); ++j) {
