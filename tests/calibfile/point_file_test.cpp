@@ -1,17 +1,26 @@
 // The four exports that read a calibration point file: the handle-free
 // CalibGetNumSegments, CalibGetNumPoints and CalibLoadCalibPoints, and
 // CalibLoadCalibFile, which makes a segment the handle's active calibration.
+// The shared table of profile file cases runs through them too: on Windows
+// they reach the platform's GetPrivateProfileStringA and
+// GetPrivateProfileSectionA, elsewhere the library's own reader. Each case
+// is read as the point count of segment 1 (CalibGetNumPoints), so what shows
+// is whether the section has lines, whether a value was delivered and the
+// count parsed from it.
 #include <gtest/gtest.h>
 
-#include <cstdint>
+#include <cstdlib>
 #include <cstring>
-#include <ostream>
 #include <string>
+#include <vector>
 
-#include "KelvoCalibrate.h"
+#include "calibfile/profile_cases.h"
 #include "calibfile/temp_dir.h"
+#include "support/test_handle.h"
 
 namespace {
+
+using kvx_test::kNoFile;
 
 constexpr KvxULong kOk = NqeSuccess;
 constexpr KvxLong kSentinel = -7;
@@ -27,13 +36,11 @@ constexpr double kUnwritten = -123.0;
 class PointFile : public ::testing::Test {
  protected:
   void SetUp() override {
-    ASSERT_EQ(CalibCreate(CalibModeManual, &h), kOk);
     DetectorRecord d{};
     d.numPixels = 1024;
     ASSERT_EQ(CalibLoadDetector(h, &d, sizeof d), kOk);
     for (CalibPoint& p : points) p = {kUnwritten, kUnwritten};
   }
-  void TearDown() override { EXPECT_EQ(CalibDestroy(h), kOk); }
 
   // nullptr: a file that does not exist.
   std::string File(const char* text, const char* name = "f.cal") {
@@ -58,7 +65,7 @@ class PointFile : public ::testing::Test {
   }
 
   kvx_test::TempDir dir;
-  CalibHandle h = 0;
+  kvx_test::Handle h;
   CalibPoint points[12];
 };
 
@@ -160,24 +167,20 @@ TEST_P(SampleFile, SegmentFitsTheDispersionOfItsLines) {
   const CalibrationRecord r = Dump();
   EXPECT_EQ(r.polyOrder, 2);
   EXPECT_EQ(r.pointCount, s.points);
-  EXPECT_NEAR(r.coefficients[0], s.c[0], 1e-7);
-  EXPECT_NEAR(r.coefficients[1], s.c[1], 1e-9);
-  EXPECT_NEAR(r.coefficients[2], s.c[2], 1e-12);
-  EXPECT_NEAR(ValueAt(1.0), s.at[0], 1e-7);
-  EXPECT_NEAR(ValueAt(512.0), s.at[1], 1e-7);
-  EXPECT_NEAR(ValueAt(1024.0), s.at[2], 1e-7);
+  const double tolerance[3] = {1e-7, 1e-9, 1e-12}, pixel[3] = {1, 512, 1024};
+  for (int k = 0; k < 3; ++k) {
+    EXPECT_NEAR(r.coefficients[k], s.c[k], tolerance[k]) << k;
+    EXPECT_NEAR(ValueAt(pixel[k]), s.at[k], 1e-7) << pixel[k];
+  }
 }
 
+// clang-format off
 const SampleSegment kSampleSegments[] = {
-    {1,
-     10,
-     {582.0007824271398, 0.0599980696004088, 2.0049060987671094e-06},
+    {1, 10, {582.0007824271398, 0.0599980696004088, 2.0049060987671094e-06},
      {582.0607825016464, 613.2453681669043, 645.5411021153793}},
-    {2,
-     5,
-     {394.997250739375, 0.18005887941239807, -2.0652060076694576e-06},
-     {395.17730755358133, 486.64601563484825, 577.2120178029726}},
-};
+    {2, 5, {394.997250739375, 0.18005887941239807, -2.0652060076694576e-06},
+     {395.17730755358133, 486.64601563484825, 577.2120178029726}}};
+// clang-format on
 
 // Named by index: 0 is segment 1 (neon), 1 is segment 2 (mercury).
 INSTANTIATE_TEST_SUITE_P(NeonAndMercury, SampleFile,
@@ -203,5 +206,78 @@ TEST_F(PointFile, TwoPointsLoadAsAStraightLineWithTheOffsetOnEveryWavelength) {
   EXPECT_NEAR(r.coefficients[1], 0.125, 1e-12);
   EXPECT_NEAR(ValueAt(512.0), 552.0, 1e-9);  // 488.0 + 0.125 * 512
 }
+
+// --- the shared table of profile file cases -------------------------------
+
+// The cases the exports can express: a buffer of 255 characters and the
+// names of segment 1's point count.
+bool Fits(const kvx_test::StringCase& c) {
+  return c.size == 255 && std::strcmp(c.section, kvx_test::kSection) == 0 &&
+         std::strcmp(c.key, kvx_test::kKey) == 0;
+}
+bool Fits(const kvx_test::SectionCase& c) { return c.size == 255; }
+
+template <class Case, size_t N>
+std::vector<Case> Expressible(const Case (&cases)[N]) {
+  std::vector<Case> fitting;
+  for (const Case& c : cases)
+    if (Fits(c)) fitting.push_back(c);
+  return fitting;
+}
+
+KvxULong NumPoints(const kvx_test::TempDir& dir, const std::string& bytes,
+                   KvxLong* count) {
+  const std::string file =
+      bytes == kNoFile ? dir.Name("absent.cal") : dir.Write("case.cal", bytes);
+  return CalibGetNumPoints(file.c_str(), 1, 1, count);
+}
+
+class StringCaseThroughExports
+    : public ::testing::TestWithParam<kvx_test::StringCase> {};
+
+TEST_P(StringCaseThroughExports, GivesTheCountOfTheDeliveredText) {
+  const kvx_test::StringCase& c = GetParam();
+  const std::string_view text = kvx_test::ExpectedText(c);
+  // The exports read the count with an empty default: a case that delivers
+  // its own default found no key, and an export then sees nothing.
+  std::string_view fallback = c.defaultValue;
+  while (!fallback.empty() && fallback.back() == ' ') fallback.remove_suffix(1);
+  const bool delivered = !text.empty() && text != fallback;
+
+  kvx_test::TempDir dir;
+  KvxLong n = kSentinel;
+  const KvxULong code = NumPoints(dir, kvx_test::FileBytes(c), &n);
+  if (delivered) {
+    EXPECT_EQ(code, static_cast<KvxULong>(NqeSuccess));
+    // atoi reads the text as the file format's counts are documented.
+    EXPECT_EQ(n, std::atoi(std::string(text).c_str()));
+  } else {
+    EXPECT_TRUE(code == NqeNoPointCount || code == NqeBadSegment) << code;
+    EXPECT_EQ(n, kSentinel);
+  }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    FileCases, StringCaseThroughExports,
+    ::testing::ValuesIn(Expressible(kvx_test::kStringCases)),
+    [](const auto& info) { return std::string(info.param.name); });
+
+class SectionCaseThroughExports
+    : public ::testing::TestWithParam<kvx_test::SectionCase> {};
+
+TEST_P(SectionCaseThroughExports, SegmentIsPresentExactlyWhenItHasLines) {
+  const kvx_test::SectionCase& c = GetParam();
+  kvx_test::TempDir dir;
+  KvxLong n = kSentinel;
+  const KvxULong code = NumPoints(dir, std::string(c.file), &n);
+  // None of these sections has a count: present gives 11088, absent 11083.
+  EXPECT_EQ(code, static_cast<KvxULong>(c.count != 0 ? NqeNoPointCount
+                                                     : NqeBadSegment));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    FileCases, SectionCaseThroughExports,
+    ::testing::ValuesIn(Expressible(kvx_test::kSectionCases)),
+    [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace

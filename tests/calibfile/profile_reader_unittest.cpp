@@ -1,16 +1,14 @@
 // The library's own initialisation-file reader against the table of file
-// cases the platform functions satisfy, and its robustness on files no
-// calibration point file should be.
+// cases the platform functions satisfy, its robustness on files no
+// calibration point file should be, and the numbers in the file's texts.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <cstring>
-#include <filesystem>
-#include <random>
+#include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
+#include "calibfile/number_text.h"
 #include "calibfile/profile_cases.h"
 #include "calibfile/profile_reader.h"
 #include "calibfile/temp_dir.h"
@@ -103,6 +101,30 @@ TEST(ProfileReader, NullNamesAndZeroSizeGiveNothingOrTheDefault) {
   EXPECT_EQ(ProfileString("s", "k", nullptr, buffer, sizeof buffer, nullptr),
             0u);
   EXPECT_STREQ(buffer, "");
+}
+
+// Each text is read both ways: as a count (a saturating atoi) and as a real
+// (decimal only, never a non-finite value).
+TEST(NumberText, ParsesAsCountAndAsReal) {
+  constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
+  constexpr int32_t kMin = std::numeric_limits<int32_t>::min();
+  const struct {
+    const char* text;
+    int32_t count;
+    double real;
+  } cases[] = {
+      {"+-1", 0, 0.0},  // two signs are not a number
+      {"+8.25", 8, 8.25},
+      {"585.249nm", 585, 585.249},  // stops at the first misfit character
+      {"585,249", 585, 585.0},      // a decimal comma stops the number
+      {"1.5e2", 1, 150.0},
+      {"2147483648", kMax, 2147483648.0},  // counts clamp to int32
+      {"-2147483649", kMin, -2147483649.0},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(kvx::ParseCount(c.text), c.count) << c.text;
+    EXPECT_EQ(kvx::ParseReal(c.text), c.real) << c.text;
+  }
 }
 
 }  // namespace

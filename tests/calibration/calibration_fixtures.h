@@ -7,7 +7,6 @@
 #include <initializer_list>
 #include <utility>
 
-#include "KelvoCalibrate.h"
 #include "support/test_handle.h"
 
 namespace calibration_fixtures {

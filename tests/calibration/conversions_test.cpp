@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <vector>
 
-#include "KelvoCalibrate.h"
 #include "calibration/calibration_fixtures.h"
 
 namespace {

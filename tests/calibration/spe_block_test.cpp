@@ -11,7 +11,6 @@
 #include <tuple>
 #include <vector>
 
-#include "KelvoCalibrate.h"
 #include "support/test_handle.h"
 
 namespace {

@@ -7,7 +7,6 @@
 #include <cstring>
 #include <string>
 
-#include "KelvoCalibrate.h"
 #include "calibration/calibration_fixtures.h"
 
 namespace {

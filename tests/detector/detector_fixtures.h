@@ -7,7 +7,6 @@
 #include <cstring>
 #include <vector>
 
-#include "KelvoCalibrate.h"
 #include "support/test_handle.h"
 
 namespace kvx_detector_test {

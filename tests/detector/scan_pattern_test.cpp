@@ -1,5 +1,5 @@
 // The X scan pattern through the exports: adding, removing, retrieving,
-// loading, dumping and checking regions of interest.
+// loading, dumping and checking regions of interest, and data points.
 #include "detector/detector_fixtures.h"
 
 namespace kvx_detector_test {
@@ -56,6 +56,19 @@ TEST_F(ThreeRegions, RegionCounterIsZeroAfterEveryPatternLoad) {
   X_ROI out = {-1, -1, -1, -1};
   EXPECT_EQ(CalibDumpXScanPattern(h, &out, 0), NqeSuccess);
   EXPECT_EQ(out.id, -1);  // count 0 writes nothing
+}
+
+TEST(DataPointMapping,
+     PastTheLastRegionThePixelIsComparedWithTheDataPointCount) {
+  // Width -100 with binning -1 gives 100 data points to a region whose last
+  // pixel (2 - 100 - 1 = -99) lies before its start.
+  Handle h;
+  LoadWithRegions(h, 100, {{1, 2, -100, -1}});
+  double point = 0.0;
+  EXPECT_EQ(CalibPixelToDataPoint(h, 50.0, &point), NqeSuccess);
+  EXPECT_EQ(point, 100.0);
+  EXPECT_EQ(CalibPixelToDataPoint(h, 100.5, &point), NqePixelOutsideRegions);
+  EXPECT_EQ(point, 100.0);
 }
 
 }  // namespace

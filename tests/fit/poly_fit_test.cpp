@@ -80,26 +80,22 @@ TEST_P(AgainstNumpy, OrderNineOfTwoHundredPoints) {
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Polyfit, AgainstNumpy,
-    ::testing::Values(
-        Case{"AllPoints",
-             -1,
-             0.006944781976962302,
-             {{1.0, 400.0587225340879, 0.004474461719660738},
-              {333.3, 416.7688877883693, 0.001508387809435439},
-              {1024.5, 452.05928639723214, 0.0012401153516722909},
-              {1777.0, 490.8847189364137, 0.0015834181849975113},
-              {2048.0, 504.8696597003278, 0.0044744617196607345}}},
-        Case{"OutlierSetAside",
-             57,
-             0.006937925197232665,
-             {{1.0, 400.0588670365616, 0.004472396852898237},
-              {333.3, 416.76888462421647, 0.0015071003536019413},
-              {1024.5, 452.05934296717044, 0.001240028763677004},
-              {1777.0, 490.88470401914947, 0.0015821171183716622},
-              {2048.0, 504.8696132734837, 0.004470817074180118}}}),
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Polyfit, AgainstNumpy, ::testing::Values(
+    Case{"AllPoints", -1, 0.006944781976962302,
+         {{1.0, 400.0587225340879, 0.004474461719660738},
+          {333.3, 416.7688877883693, 0.001508387809435439},
+          {1024.5, 452.05928639723214, 0.0012401153516722909},
+          {1777.0, 490.8847189364137, 0.0015834181849975113},
+          {2048.0, 504.8696597003278, 0.0044744617196607345}}},
+    Case{"OutlierSetAside", 57, 0.006937925197232665,
+         {{1.0, 400.0588670365616, 0.004472396852898237},
+          {333.3, 416.76888462421647, 0.0015071003536019413},
+          {1024.5, 452.05934296717044, 0.001240028763677004},
+          {1777.0, 490.88470401914947, 0.0015821171183716622},
+          {2048.0, 504.8696132734837, 0.004470817074180118}}}),
     [](const auto& info) { return info.param.name; });
+// clang-format on
 
 // A parabola through three points: exact, without uncertainty.
 TEST(PolynomialFit, WithoutADegreeOfFreedomTheSigmasAreUndetermined) {
@@ -134,20 +130,16 @@ TEST_P(PolynomialRefusals, BadPointsOrOrderGiveTheirCode) {
   EXPECT_EQ(fit.rms, -7);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Points, PolynomialRefusals,
-    ::testing::Values(
-        Refusal{"OrderTen", std::vector<double>(20, 1.0), 10, NqeBadPolyOrder},
-        Refusal{"NegativeOrder", {1, 2, 3}, -1, NqeBadPolyOrder},
-        Refusal{
-            "NoMorePointsThanTerms", {1, 2, 3}, 3, NqeTooFewCalibrationPoints},
-        Refusal{"TooFewDistinctAbscissae",
-                {1, 1, 2, 2},
-                2,
-                NqeTooFewCalibrationPoints},
-        Refusal{"OneAbscissaAboveOrderZero", {4, 4, 4}, 1, NqePointOutOfRange},
-        Refusal{"NotANumber", {1, NAN, 3}, 1, NqePointOutOfRange}),
+// clang-format off
+INSTANTIATE_TEST_SUITE_P(Points, PolynomialRefusals, ::testing::Values(
+    Refusal{"OrderTen", std::vector<double>(20, 1.0), 10, NqeBadPolyOrder},
+    Refusal{"NegativeOrder", {1, 2, 3}, -1, NqeBadPolyOrder},
+    Refusal{"NoMorePointsThanTerms", {1, 2, 3}, 3, NqeTooFewCalibrationPoints},
+    Refusal{"TooFewDistinctAbscissae", {1, 1, 2, 2}, 2, NqeTooFewCalibrationPoints},
+    Refusal{"OneAbscissaAboveOrderZero", {4, 4, 4}, 1, NqePointOutOfRange},
+    Refusal{"NotANumber", {1, NAN, 3}, 1, NqePointOutOfRange}),
     [](const auto& info) { return info.param.name; });
+// clang-format on
 
 // The fit as a table calibration, read back through the conversions of the
 // host interface (expected values: numpy.polyval of the first case at

@@ -8,7 +8,6 @@
 #include <utility>
 #include <vector>
 
-#include "KelvoCalibrate.h"
 #include "support/test_handle.h"
 
 namespace {
