@@ -12,11 +12,12 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "calibfile/profile_cases.h"
 #include "calibfile/temp_dir.h"
-#include "support/test_handle.h"
+#include "calibration/calibration_fixtures.h"
 
 namespace {
 
@@ -36,9 +37,7 @@ constexpr double kUnwritten = -123.0;
 class PointFile : public ::testing::Test {
  protected:
   void SetUp() override {
-    DetectorRecord d{};
-    d.numPixels = 1024;
-    ASSERT_EQ(CalibLoadDetector(h, &d, sizeof d), kOk);
+    calibration_fixtures::LoadDetector(h, 1024);
     for (CalibPoint& p : points) p = {kUnwritten, kUnwritten};
   }
 
@@ -56,9 +55,7 @@ class PointFile : public ::testing::Test {
     return r;
   }
   double ValueAt(double pixel) {
-    double v = 0.0;
-    EXPECT_EQ(CalibPixelToCalibValue(h, pixel, &v), kOk);
-    return v;
+    return calibration_fixtures::ValueAt(h, pixel);
   }
   bool Unwritten(int i) const {
     return points[i].pixel == kUnwritten && points[i].wavelength == kUnwritten;
@@ -139,10 +136,9 @@ TEST_F(PointFile, PointsAreWrittenUpToMaxPointsEvenBeyondTen) {
         "Point" + n + "_Pixel=" + n + ".5\nPoint" + n + "_Wave=4" + n + "\n";
   }
   ASSERT_EQ(LoadPoints(text.c_str(), 1, 11), kOk);
-  EXPECT_EQ(points[0].pixel, 1.5);
-  EXPECT_EQ(points[0].wavelength, 41.0);
-  EXPECT_EQ(points[10].pixel, 11.5);
-  EXPECT_EQ(points[10].wavelength, 411.0);
+  EXPECT_EQ(std::tie(points[0].pixel, points[0].wavelength, points[10].pixel,
+                     points[10].wavelength),
+            std::tuple(1.5, 41.0, 11.5, 411.0));
   EXPECT_TRUE(Unwritten(11));
 }
 
@@ -193,16 +189,14 @@ TEST_F(PointFile, TwoPointsLoadAsAStraightLineWithTheOffsetOnEveryWavelength) {
   ASSERT_EQ(CalibLoadCalibFile(h, File(text.c_str()).c_str(), 1, 1, 0.5, 532.0),
             kOk);
   const CalibrationRecord r = Dump();
-  EXPECT_EQ(r.inputUnit, CalibUnitNanometers);
-  EXPECT_EQ(r.displayUnit, CalibUnitNanometers);
+  const KvxLong nm = CalibUnitNanometers;
+  EXPECT_EQ(std::tie(r.inputUnit, r.displayUnit, r.polyOrder, r.pointCount),
+            std::tuple(nm, nm, 1, 2));
   EXPECT_STREQ(r.unitLabel, "Wavelength, nm");
-  EXPECT_EQ(r.polyOrder, 1);
-  EXPECT_EQ(r.pointCount, 2);
-  EXPECT_EQ(r.pointPosition[0], 100.0);
-  EXPECT_EQ(r.pointValue[0], 0.5 + 500.0);
-  EXPECT_EQ(r.pointValue[1], 0.5 + 600.0);
-  EXPECT_EQ(r.pointValue[2], -1.0);  // unused slots keep their initial value
-  EXPECT_EQ(r.laserLine, 532.0);
+  // Unused slots keep their initial value -1.
+  EXPECT_EQ(std::tie(r.pointPosition[0], r.pointValue[0], r.pointValue[1],
+                     r.pointValue[2], r.laserLine),
+            std::tuple(100.0, 0.5 + 500.0, 0.5 + 600.0, -1.0, 532.0));
   EXPECT_NEAR(r.coefficients[1], 0.125, 1e-12);
   EXPECT_NEAR(ValueAt(512.0), 552.0, 1e-9);  // 488.0 + 0.125 * 512
 }

@@ -11,9 +11,11 @@
 #include <tuple>
 #include <vector>
 
-#include "support/test_handle.h"
+#include "calibration/calibration_fixtures.h"
 
 namespace {
+
+using namespace calibration_fixtures;
 
 void Put(auto& b, int at, auto v) { std::memcpy(b.bytes + at, &v, sizeof v); }
 template <class T>
@@ -45,14 +47,8 @@ class Spe : public ::testing::Test {
  protected:
   void SetUp() override {
     X_ROI regions[2] = {{1, 101, 200, 2}, {2, 601, 300, 3}};
-    DetectorRecord d{};
-    std::tie(d.numPixels, d.regions, d.regionCount, d.regionBytes) =
-        std::make_tuple(1024, regions, 2, sizeof regions);
-    ASSERT_EQ(CalibLoadDetector(h, &d, sizeof d), 0u);
-    CalibrationRecord r = Active(h);
-    std::tie(r.inputUnit, r.offset, r.factor) =
-        std::make_tuple(CalibUnitOffsetFactor, 400.0, 0.5);
-    ASSERT_EQ(CalibLoadCalibration(h, &r, sizeof r), 0u);
+    LoadDetector(h, 1024, regions, 2);
+    Load(h, OffsetFactor(h, 400.0, 0.5));
     CalibDisableScanPattern(h);
     for (int i = 0; i < 1024; ++i) table.push_back(500.0 + i);
   }
@@ -66,7 +62,7 @@ class Spe : public ::testing::Test {
     *numPixels = d.numPixels;
     return regions;
   }
-  kvx_test::Handle h;
+  Handle h;
   std::vector<double> table;
 };
 
