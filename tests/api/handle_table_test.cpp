@@ -80,35 +80,29 @@ TEST(HandleTableConcurrency, ThreadsNeverShareASlotOrAnObject) {
   std::atomic<int> owners[kMaxCalibObjects] = {};
   std::atomic<int> failures{0};
 
+  auto check = [&](bool ok) { failures += ok ? 0 : 1; };
   auto worker = [&](int thread) {
     for (int round = 0; round < kRounds; ++round) {
       CalibHandle h = 0;
-      if (CalibCreate(round % 2, &h) != 0) {
-        ++failures;
-        continue;
-      }
+      check(CalibCreate(round % 2, &h) == 0);
       const KvxULong slot = h & 0xFF;
-      if (owners[slot].exchange(thread + 1) != 0) ++failures;
+      check(owners[slot].exchange(thread + 1) == 0);
       // Each object keeps what its own thread loaded.
       DetectorRecord d{};
       d.numPixels = 100 + thread * 1000 + round;
       d.pixelSize = 13.5;
-      if (CalibLoadDetector(h, &d, sizeof d) != 0) ++failures;
-      X_ROI mine = {thread + 1, 1 + round % 10, 4, 2};
-      if (CalibAddX_ROI(h, &mine) != NqeSuccess) ++failures;
+      check(CalibLoadDetector(h, &d, sizeof d) == 0);
+      X_ROI mine = {thread + 1, 1 + round % 10, 4, 2}, back{};
+      check(CalibAddX_ROI(h, &mine) == NqeSuccess);
       std::this_thread::yield();
-      X_ROI back{};
-      if (CalibRetrieveX_ROI(h, thread + 1, &back, sizeof back) != NqeSuccess ||
-          back.startPixel != mine.startPixel || back.width != 4) {
-        ++failures;
-      }
+      check(CalibRetrieveX_ROI(h, thread + 1, &back, sizeof back) ==
+                NqeSuccess &&
+            back.startPixel == mine.startPixel && back.width == 4);
       double pixel = 0.0;
-      if (CalibDataPointToPixel(h, 2.0, &pixel) != NqeSuccess ||
-          pixel != 2.0 * 1.5 + (mine.startPixel - 0.5)) {
-        ++failures;
-      }
-      if (owners[slot].exchange(0) != thread + 1) ++failures;
-      if (CalibDestroy(h) != 0) ++failures;
+      check(CalibDataPointToPixel(h, 2.0, &pixel) == NqeSuccess &&
+            pixel == 2.0 * 1.5 + (mine.startPixel - 0.5));
+      check(owners[slot].exchange(0) == thread + 1);
+      check(CalibDestroy(h) == 0);
     }
   };
   std::vector<std::thread> threads;

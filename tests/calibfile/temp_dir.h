@@ -46,7 +46,6 @@ class TempDir {
   std::string Name(const std::string& name) const {
     return (path_ / name).string();
   }
-  const std::filesystem::path& Path() const { return path_; }
 
  private:
   std::filesystem::path path_;
