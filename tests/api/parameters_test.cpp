@@ -1,6 +1,5 @@
 // The parameter interface through the exports: value rules, texts and the
 // irregular behaviours hosts rely on.
-#include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
@@ -13,8 +12,6 @@ namespace {
 using kvx_test::Handle;
 
 constexpr KvxULong Code(NqeErrorCode e) { return static_cast<KvxULong>(e); }
-
-// --- values ------------------------------------------------------------------
 
 TEST(IntegerParameters, RangesAndStoredValues) {
   const NqeErrorCode ok = NqeSuccess;  // readBack -1: the row is not read back
@@ -62,8 +59,6 @@ TEST(DoubleParameters, RoundTripsAndAdjustedValues) {
   EXPECT_EQ(CalibSetDoubleParam(h, 64, 3.0), 0u);
   EXPECT_EQ(CalibGetDoubleParam(h, 64, &t), Code(NqeNoOptimisationData));
 }
-
-// --- kept behaviours ---------------------------------------------------------
 
 TEST(KeptBehaviour, DisplayUnitLabelNamesThePreviousUnit) {
   Handle h;
@@ -123,8 +118,6 @@ TEST(KeptBehaviour, PixelCountStaysWhenTheGeometryRefreshFails) {
   EXPECT_EQ(CalibGetIntParam(manual, 16, &n), 0u);
   EXPECT_EQ(n, 2048);
 }
-
-// --- texts -------------------------------------------------------------------
 
 TEST(TextParameters, LengthsAndNullBuffers) {
   Handle h;

@@ -7,7 +7,6 @@
 // is read as the point count of segment 1 (CalibGetNumPoints), so what shows
 // is whether the section has lines, whether a value was delivered and the
 // count parsed from it.
-#include <gtest/gtest.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -65,8 +64,6 @@ class PointFile : public ::testing::Test {
   kvx_test::Handle h;
   CalibPoint points[12];
 };
-
-// --- one table, both loaders -------------------------------------------------
 
 constexpr KvxULong kBadSeg = NqeBadSegment, kNoPts = NqeNoPoints,
                    kBadPx = NqeBadPointPixel;
@@ -126,8 +123,6 @@ INSTANTIATE_TEST_SUITE_P(Files, SegmentFile, ::testing::ValuesIn(kSegmentCases),
                            return std::string(info.param.name);
                          });
 
-// --- CalibLoadCalibPoints ----------------------------------------------------
-
 TEST_F(PointFile, PointsAreWrittenUpToMaxPointsEvenBeyondTen) {
   std::string text = SEG1 "Number_Points=12\n";
   for (int i = 1; i <= 12; ++i) {
@@ -141,8 +136,6 @@ TEST_F(PointFile, PointsAreWrittenUpToMaxPointsEvenBeyondTen) {
             std::tuple(1.5, 41.0, 11.5, 411.0));
   EXPECT_TRUE(Unwritten(11));
 }
-
-// --- the sample file ---------------------------------------------------------
 
 // The least-squares quadratic through each segment of examples/neon-1024.cal
 // and its values at pixels 1, 512 and 1024, solved exactly with python3
@@ -200,8 +193,6 @@ TEST_F(PointFile, TwoPointsLoadAsAStraightLineWithTheOffsetOnEveryWavelength) {
   EXPECT_NEAR(r.coefficients[1], 0.125, 1e-12);
   EXPECT_NEAR(ValueAt(512.0), 552.0, 1e-9);  // 488.0 + 0.125 * 512
 }
-
-// --- the shared table of profile file cases -------------------------------
 
 // The cases the exports can express: a buffer of 255 characters and the
 // names of segment 1's point count.

@@ -1,7 +1,6 @@
 // Calibration records through the exports: the list of calibrations (add,
 // select, remove, load, dump), the tables a host hands over, and copying one
 // calibration object into another.
-#include <gtest/gtest.h>
 
 #include <cstring>
 #include <memory>
@@ -12,8 +11,6 @@
 namespace {
 
 using namespace calibration_fixtures;
-
-// --- removal ---
 
 // Three calibrations; removing the first or the second reports 11023 and
 // still removes it; removing the last reports 0; an unknown ID (3) reports
@@ -90,8 +87,6 @@ TEST_F(CalibrationRemoval, RemovingTheActiveCalibrationKeepsItsRecordInUse) {
   ASSERT_EQ(CalibSetActiveCalibrationID(h, second), 0u);
   EXPECT_NEAR(ValueAt(h, 2.5), 701.5, 1e-9);
 }
-
-// --- tables handed over by the host ---
 
 // Decision: load and add keep a copy of the host's table; the host may
 // change or release its array afterwards, and a dumped table pointer (the

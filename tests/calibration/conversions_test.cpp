@@ -1,7 +1,6 @@
 // Conversions through the active calibration, through the exports: pixels
 // and data points to calibrated values and back, table lookups, the
 // whole-array conversions and the fit tests.
-#include <gtest/gtest.h>
 
 #include <cstdint>
 #include <vector>
@@ -11,8 +10,6 @@
 namespace {
 
 using namespace calibration_fixtures;
-
-// --- the inverse: clamping, degenerate detectors, termination ---
 
 using CalibrationInverse = OnDetector;
 
@@ -39,8 +36,6 @@ TEST_F(CalibrationInverse, ValuesOutsideTheRangeAreClampedToTheDetectorEdges) {
   }
 }
 
-// --- table calibrations ---
-
 TEST(CalibrationTable, TableLookupRefusesPixelsBetweenRegions) {
   Handle h;
   // Pixels 1-4 and 7-10 read out, 8 data points; pixels 5 and 6 in a gap.
@@ -57,8 +52,6 @@ TEST(CalibrationTable, TableLookupRefusesPixelsBetweenRegions) {
   ASSERT_EQ(CalibPixelToCalibValue(h, 2.5, &value), NqeSuccess);
   EXPECT_EQ(value, 2.5);
 }
-
-// --- whole arrays ---
 
 using CalibrationArrays = OnDetector;
 
@@ -103,8 +96,6 @@ TEST_F(RegionConversions, DataPointsConvertThroughTheirPixels) {
             Code(NqePixelOutsideRegions));
   EXPECT_EQ(dataPoint, 0.0);
 }
-
-// --- fit tests ---
 
 using CalibrationPointFit = OnDetector;
 

@@ -2,7 +2,6 @@
 // worked by hand from the block layout: a region (start 11, width 100,
 // divisor 50) loads as startPixel 10, binning 100 / 50 = 2, 50 groups, and
 // the detector then has 11 + 100 = 111 pixels; 5852.49 A = 585.249 nm.
-#include <gtest/gtest.h>
 
 #include <array>
 #include <climits>

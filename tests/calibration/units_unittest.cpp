@@ -139,8 +139,6 @@ TEST(ConvertUnits, CodesOutsideFourToNineLeaveTheValueAndReturnBadUnit) {
   EXPECT_EQ(ConvertUnits(4, 5, 500.0, nullptr, 0.0), NqeNullPointer);
 }
 
-// --- unit labels and validation -------------------------------------------
-
 // Codes without a name (nullptr) return 11032 and keep the label.
 TEST(SetUnitLabel, WritesTheNameAndTerminatorOnly) {
   // clang-format off

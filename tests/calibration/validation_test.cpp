@@ -2,7 +2,6 @@
 // their order, the fit written back into the caller's record, the
 // monotonic scan, the laser line relative wavenumbers are read against, and
 // positions taken as pixels or data points.
-#include <gtest/gtest.h>
 
 #include <cstring>
 #include <string>
@@ -12,8 +11,6 @@
 namespace {
 
 using namespace calibration_fixtures;
-
-// --- the codes, in order ---
 
 struct ValidationCase {
   const char* name;
@@ -80,8 +77,6 @@ TEST_F(CalibrationValidation, UnitsOneAndTwoSetTheLineWithoutPoints) {
   }
 }
 
-// --- tables: the monotonic scan ---
-
 class CalibrationMonotonic : public ::testing::Test {
  protected:
   void SetUp() override { LoadDetector(h, 4); }
@@ -102,8 +97,6 @@ TEST_F(CalibrationMonotonic, IncreasingMayRepeatAValueDecreasingMayNot) {
   EXPECT_EQ(Validate(falling), Code(NqeNotMonotonic));
   EXPECT_EQ(Validate(zigzag), Code(NqeNotMonotonic));
 }
-
-// --- relative wavenumbers read the active record's laser line ---
 
 // Relative wavenumbers 100, 200, 300 at pixels 1, 2, 3, order 2, with the
 // record's own laser line at 532 nm. python3, nm = 1e7 / (1e7/L - v) and

@@ -76,24 +76,20 @@ TEST(DetectorRecord,
   EXPECT_EQ(std::memcmp(&none, &before, sizeof none), 0);
 }
 
-TEST(DetectorRecord,
-     LoadThatFailsWhileAddingRegionsLeavesABlankEntryWithIdZero) {
+// A load that fails while adding regions leaves the entry blank with ID 0;
+// a failed add still reports the new ID of its blank entry.
+TEST(DetectorRecord, FailedLoadOrAddLeavesABlankEntry) {
   Handle h;
   const KvxULong id = ActiveId(h);
   std::vector<X_ROI> regions = {{1, 0, 4, 2}};  // passes the array check
-  DetectorRecord d = Detector(100, &regions);
+  DetectorRecord d = Detector(100, &regions), empty = Detector(0);
   EXPECT_EQ(CalibLoadDetector(h, &d, sizeof d), 11006u);
   EXPECT_EQ(ActiveId(h), 0u);
   EXPECT_EQ(RegionCount(h), -1);  // not loaded
   EXPECT_EQ(CalibSetActiveDetectorID(h, id), 11012u);
-}
-
-TEST(DetectorRecord, FailedAddStillReportsTheNewIdAndLeavesABlankEntry) {
-  Handle h;
-  DetectorRecord d = Detector(0);
-  KvxULong id = 0;
-  EXPECT_EQ(CalibAddDetector(h, &d, sizeof d, &id), 11002u);
-  ASSERT_EQ(CalibSetActiveDetectorID(h, id), 0u);
+  KvxULong added = 0;
+  EXPECT_EQ(CalibAddDetector(h, &empty, sizeof empty, &added), 11002u);
+  ASSERT_EQ(CalibSetActiveDetectorID(h, added), 0u);
   EXPECT_EQ(RegionCount(h), -1);  // not loaded
 }
 

@@ -1,7 +1,6 @@
 // The grating model fitted to synthetic lines of a known true instrument
 // (tools/fit_synthetic.h), through the extension exports as a host calls
 // them.
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <vector>

@@ -7,7 +7,6 @@
 //   Legendre Vandermonde matrix of x scaled to [-1, 1] (numpy lstsq),
 //   s^2 = residual sum of squares / (n - 10)
 // The outlier case adds 5.0 to y[57] and fits without that point.
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <vector>

@@ -1,6 +1,5 @@
 // The glue exports as a host calls them: range and step set through the
 // double parameters 68 to 70, then glued all at once or block by block.
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>

@@ -6,7 +6,6 @@
 //   curvature heights 5, 1, 3 (a lone spike at k: position k + 1 by hand)
 //   spike 1.0 at 20 and x at 0, 60, 99 -> x = NaN: 2 peaks, inf: 1
 //   spike 4.0 at the last sample -> no peak (no valley closes it)
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <tuple>

@@ -14,7 +14,6 @@
 //     A = 598 - span q: q 1 -> 541.0202067969155 (1 step),
 //     1.000001 -> 541.0201498171224 (1), 1.00002 -> 541.0190672010515 (2)
 //   400..600, overlap 5 (center 605): 4 centers
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
