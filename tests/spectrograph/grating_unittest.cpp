@@ -20,18 +20,42 @@
 #include <utility>
 #include <vector>
 
+#include "api/calib_object.h"
 #include "spectrograph/center_stepping.h"
 #include "spectrograph/grating_equation.h"
-#include "spectrograph/model_fixture.h"
+#include "spectrograph/hardware_fixtures.h"
 #include "spectrograph/target_slots.h"
 
 namespace kvx_test {
 namespace {
 
 using namespace kvx;
-using Grating = ExampleModel;
-using Automatic = ExampleModel;
 namespace hw = kvx_hardware_test;
+
+// Agreement to twelve significant digits.
+void ExpectDigits(double actual, double expected) {
+  EXPECT_NEAR(actual, expected, std::fabs(expected) * 1e-12);
+}
+
+// An automatic object whose working optics are the example instrument of
+// hardware_fixtures.h, set directly (center pixel 512.5).
+class Grating : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(object.SetupForMode(true));
+    DetectorRecord d = kvx_detector_test::Detector(1024, nullptr, 26.0);
+    ASSERT_EQ(object.Detectors().LoadDetector(&d, sizeof d), NqeSuccess);
+    SpectrographModel& m = *object.Model();
+    m.optics.grooveDensity = 1200.0;
+    m.optics.inclusionAngle = 30.0;
+    m.optics.focalLength = 300.0;
+    m.geometry.pixelWidth = 26.0;
+    m.geometry.centerPixel = 512.5;
+  }
+  SpectrographModel& model() { return *object.Model(); }
+  CalibObject object;
+};
+using Automatic = Grating;
 constexpr NqeErrorCode ok = NqeSuccess;
 const double nan = std::numeric_limits<double>::quiet_NaN();
 
