@@ -1,12 +1,8 @@
-// The four exports that read a calibration point file: the handle-free
-// CalibGetNumSegments, CalibGetNumPoints and CalibLoadCalibPoints, and
-// CalibLoadCalibFile, which makes a segment the handle's active calibration.
-// The shared table of profile file cases runs through them too: on Windows
-// they reach the platform's GetPrivateProfileStringA and
-// GetPrivateProfileSectionA, elsewhere the library's own reader. Each case
-// is read as the point count of segment 1 (CalibGetNumPoints), so what shows
-// is whether the section has lines, whether a value was delivered and the
-// count parsed from it.
+// The exports that read a calibration point file, also over the shared
+// table of profile file cases (on Windows through the platform's profile
+// functions, elsewhere through the library's own reader), each case read as
+// the point count of segment 1: whether the section has lines, whether a
+// value was delivered and the count parsed from it.
 
 #include <cstdlib>
 #include <cstring>
@@ -55,9 +51,6 @@ class PointFile : public ::testing::Test {
   }
   double ValueAt(double pixel) {
     return calibration_fixtures::ValueAt(h, pixel);
-  }
-  bool Unwritten(int i) const {
-    return points[i].pixel == kUnwritten && points[i].wavelength == kUnwritten;
   }
 
   kvx_test::TempDir dir;
@@ -134,7 +127,8 @@ TEST_F(PointFile, PointsAreWrittenUpToMaxPointsEvenBeyondTen) {
   EXPECT_EQ(std::tie(points[0].pixel, points[0].wavelength, points[10].pixel,
                      points[10].wavelength),
             std::tuple(1.5, 41.0, 11.5, 411.0));
-  EXPECT_TRUE(Unwritten(11));
+  EXPECT_EQ(std::tie(points[11].pixel, points[11].wavelength),
+            std::tie(kUnwritten, kUnwritten));
 }
 
 // The least-squares quadratic through each segment of examples/neon-1024.cal

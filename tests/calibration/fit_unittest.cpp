@@ -20,26 +20,20 @@ namespace {
 constexpr double kUntouched = 99.0;
 
 struct Coefficients {
-  double c[6] = {kUntouched, kUntouched, kUntouched,
-                 kUntouched, kUntouched, kUntouched};
-};
-
-struct BadArguments {
-  int32_t n, order;
-  NqeErrorCode expected;
+  double c[6] = {99, 99, 99, 99, 99, 99};  // kUntouched
 };
 
 // The order is checked before the number of points.
 TEST(FitPolynomial, BadOrderOrTooFewPointsAreRefusedWithoutWriting) {
   const double x[8] = {1, 2, 3, 4, 5, 6, 7, 8};
   // clang-format off
-  const BadArguments cases[] = {
+  const struct { int32_t n, order; NqeErrorCode expected; } cases[] = {
       {8, 0, NqeBadPolyOrder}, {0, 0, NqeBadPolyOrder}, {8, 6, NqeBadPolyOrder},
       {8, INT32_MIN, NqeBadPolyOrder}, {8, INT32_MAX, NqeBadPolyOrder},
       {1, 1, NqeTooFewCalibrationPoints}, {-5, 1, NqeTooFewCalibrationPoints},
       {3, 3, NqeTooFewCalibrationPoints}, {5, 5, NqeTooFewCalibrationPoints}};
   // clang-format on
-  for (const BadArguments& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(::testing::Message() << "n=" << c.n << " order=" << c.order);
     Coefficients out;
     EXPECT_EQ(FitPolynomial(x, x, c.n, c.order, out.c), c.expected);
@@ -81,9 +75,8 @@ TEST_P(Fits, MatchTheIndependentSolution) {
         << "c" << i << " = " << out.c[i] << ", expected " << c.expected[i];
   }
   if (c.relativeTolerance == 0.0) {
-    for (size_t i = c.expected.size(); i < 6; ++i) {
+    for (size_t i = c.expected.size(); i < 6; ++i)
       EXPECT_EQ(out.c[i], kUntouched) << i;
-    }
   }
 }
 

@@ -139,9 +139,8 @@ TEST_F(Spe, DumpWritesAngstromsInNanometresAndOrderOne) {
   EXPECT_DOUBLE_EQ(Get<double>(b, KVX_SPE_POINT_VALUE), 585.249);
   EXPECT_DOUBLE_EQ(Get<double>(b, KVX_SPE_POINT_VALUE + 8), 640.225);
   EXPECT_EQ(Get<double>(b, KVX_SPE_POINT_VALUE + 16), 7000.0);
-  for (int at : {KVX_SPE_INPUT_UNIT, KVX_SPE_DISPLAY_UNIT, KVX_SPE_POLY_UNIT}) {
+  for (int at : {KVX_SPE_INPUT_UNIT, KVX_SPE_DISPLAY_UNIT, KVX_SPE_POLY_UNIT})
     EXPECT_EQ(Get<KvxLong>(b, at), 4) << at;
-  }
   EXPECT_EQ(Get<signed char>(b, KVX_SPE_POLY_ORDER), 1);
   EXPECT_EQ(Get<KvxLong>(b, KVX_SPE_ENABLED_CODE), 3);
   EXPECT_EQ(b.bytes[20] | b.bytes[61] | b.bytes[503], 0);  // unlisted bytes

@@ -162,9 +162,8 @@ TEST(SetUnitLabel, WritesTheNameAndTerminatorOnly) {
     const std::string label = record.unitLabel;
     EXPECT_EQ(label, name ? std::string(name) : before);
     // The bytes after the terminator are not touched.
-    for (size_t i = label.size() + 1; i + 1 < sizeof(record.unitLabel); ++i) {
+    for (size_t i = label.size() + 1; i + 1 < sizeof(record.unitLabel); ++i)
       ASSERT_EQ(record.unitLabel[i], 'x') << i;
-    }
   }
   EXPECT_EQ(SetUnitLabel(nullptr), NqeNullPointer);
 }

@@ -87,11 +87,9 @@ TEST(Rejection, WrongLinesAreSetAsideAndDoNotPullTheFit) {
   lines[17].pixel -= 3.0;      // a blend found 3 pixels off
   const Fit r = FitLines(h, lines, kRequested);
   ASSERT_EQ(r.code, 0u);
-  EXPECT_EQ(r.fit.linesRejected, 2);
-  EXPECT_EQ(r.fit.linesUsed, 28);
-  for (size_t i = 0; i < lines.size(); ++i) {
+  EXPECT_EQ(r.fit.linesRejected * 100 + r.fit.linesUsed, 2 * 100 + 28);
+  for (size_t i = 0; i < lines.size(); ++i)
     EXPECT_EQ(r.lines[i].rejected, i == 4 || i == 17 ? 1 : 0) << i;
-  }
   EXPECT_NEAR(r.lines[4].residual, 0.5, 0.01);
   // Found 3 pixels low: its wavelength lies 3 pixels' worth above the
   // model's there.

@@ -67,9 +67,8 @@ TEST_P(AgainstNumpy, OrderNineOfTwoHundredPoints) {
                              points.data()),
             0u);
   EXPECT_EQ(fit.pointsRejected, c.outlier < 0 ? 0 : 1);
-  for (int i = 0; i < 200; ++i) {
+  for (int i = 0; i < 200; ++i)
     EXPECT_EQ(points[static_cast<size_t>(i)].rejected, i == c.outlier ? 1 : 0);
-  }
   EXPECT_NEAR(fit.rms, c.rms, 1e-9);
   for (const Expected& e : c.at) {
     double value = 0.0;
@@ -168,9 +167,8 @@ TEST(PolynomialTable, InstalledTableAnswersTheHostConversions) {
 
   // A parabola over the detector is no calibration: refused, nothing added.
   std::vector<double> bowl(d.x.size());
-  for (size_t i = 0; i < bowl.size(); ++i) {
+  for (size_t i = 0; i < bowl.size(); ++i)
     bowl[i] = 500 + 1e-5 * (d.x[i] - 1024) * (d.x[i] - 1024);
-  }
   ASSERT_EQ(
       KvxFitPolynomial(d.x.data(), bowl.data(), 200, 2, nullptr, &fit, nullptr),
       0u);
