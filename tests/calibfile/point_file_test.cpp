@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "calibfile/profile_cases.h"
-#include "calibfile/temp_dir.h"
 #include "calibration/calibration_fixtures.h"
 
 namespace {

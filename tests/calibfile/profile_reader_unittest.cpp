@@ -11,7 +11,6 @@
 #include "calibfile/number_text.h"
 #include "calibfile/profile_cases.h"
 #include "calibfile/profile_reader.h"
-#include "calibfile/temp_dir.h"
 
 namespace {
 
