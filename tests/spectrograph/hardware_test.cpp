@@ -98,21 +98,15 @@ void ExpectClose(double actual, double expected) {
   EXPECT_NEAR(actual, expected, std::fabs(expected) * 1e-10);
 }
 
-using Moves = double[4];
-
 class Optimisation : public ::testing::Test {
  protected:
-  void SetUp() override { Load({0.0, 0.0, 0.0}); }
-  // Grating optics {f, psi, gamma} left at 0.0 take the spectrograph's.
-  void Load(const double (&optics)[3], double defaultDetector = 0.0,
-            double groove = 1200.0) {
+  void SetUp() override { Load(0.0); }
+  // The grating's optics left at 0.0 take the spectrograph's.
+  void Load(double inclusionAngle) {
     SpectrographRecord s = Spectrograph(1);
-    s.detectorAngle = defaultDetector;
     TurretRecord t = Turret(1, 1);
-    GratingRecord g = Grating(1, groove);
-    g.focalLength = optics[0];
-    g.inclusionAngle = optics[1];
-    g.detectorAngle = optics[2];
+    GratingRecord g = Grating(1);
+    g.inclusionAngle = inclusionAngle;
     ASSERT_EQ(CalibLoadSpectrograph(h, &s, sizeof s), 0u);
     ASSERT_EQ(CalibLoadTurrets(h, &t, sizeof t, 1), 0u);
     ASSERT_EQ(CalibLoadGratings(h, &g, sizeof g, 1), 0u);
@@ -120,7 +114,7 @@ class Optimisation : public ::testing::Test {
   }
   // Proposes targets for the two lines (checked against the script's U and
   // C for the example optics) and moves the cursors.
-  void Propose(const Moves& moves = {0, 0, 0, 0}, bool example = true) {
+  void Propose(const double (&moves)[4] = {}, bool example = true) {
     const double u[4] = {51.69999999999999, 973.3, 51.69999999999999, 973.3};
     const double c[4] = {573.4072145509398, 518.8060770751927,
                          464.4510595277288, 407.26004973199747};
@@ -135,9 +129,9 @@ class Optimisation : public ::testing::Test {
     }
   }
   // CalibOptimizeSpectrograph or one of the two readers.
-  Set Call(decltype(&CalibGetOrigDispParams) fn, KvxULong expected = 0) {
+  Set Call(decltype(&CalibGetOrigDispParams) fn) {
     Set s;
-    EXPECT_EQ(fn(h, &s.f, &s.psi, &s.gamma, &s.objective, &s.px), expected);
+    EXPECT_EQ(fn(h, &s.f, &s.psi, &s.gamma, &s.objective, &s.px), 0u);
     return s;
   }
   AutoHandle h;
@@ -182,7 +176,7 @@ TEST_F(Optimisation, TargetCenterMayGoDownToMinus3000) {
 
 // The bounds 27..33 come from the spectrograph's 30, not the grating's 34.
 TEST_F(Optimisation, InclusionAngleAboveTheUpperBoundSearchesNothing) {
-  Load({0.0, 34.0, 0.0});
+  Load(34.0);
   Propose({2, -1.5, 1, -2.5}, false);
   const Set best = Call(CalibOptimizeSpectrograph);
   EXPECT_EQ(best.f + best.psi + best.gamma, 334.0);
