@@ -15,8 +15,6 @@
 
 namespace {
 
-using kvx_test::kNoFile;
-
 constexpr KvxULong kOk = NqeSuccess;
 constexpr KvxLong kSentinel = -7;
 constexpr double kUnwritten = -123.0;
@@ -203,11 +201,9 @@ std::vector<Case> Expressible(const Case (&cases)[N]) {
   return fitting;
 }
 
-KvxULong NumPoints(const kvx_test::TempDir& dir, const std::string& bytes,
+KvxULong NumPoints(const kvx_test::TempDir& dir, std::string_view bytes,
                    KvxLong* count) {
-  const std::string file =
-      bytes == kNoFile ? dir.Name("absent.cal") : dir.Write("case.cal", bytes);
-  return CalibGetNumPoints(file.c_str(), 1, 1, count);
+  return CalibGetNumPoints(dir.Case(bytes).c_str(), 1, 1, count);
 }
 
 class StringCaseThroughExports
@@ -247,7 +243,7 @@ TEST_P(SectionCaseThroughExports, SegmentIsPresentExactlyWhenItHasLines) {
   const kvx_test::SectionCase& c = GetParam();
   kvx_test::TempDir dir;
   KvxLong n = kSentinel;
-  const KvxULong code = NumPoints(dir, std::string(c.file), &n);
+  const KvxULong code = NumPoints(dir, c.file, &n);
   // None of these sections has a count: present gives 11088, absent 11083.
   EXPECT_EQ(code, static_cast<KvxULong>(c.count != 0 ? NqeNoPointCount
                                                      : NqeBadSegment));

@@ -176,6 +176,10 @@ class TempDir {
   std::string Name(const std::string& name) const {
     return (path_ / name).string();
   }
+  // A file holding `text`, or the name of none for kNoFile.
+  std::string Case(std::string_view text) const {
+    return text == kNoFile ? Name("absent.cal") : Write("case.cal", text);
+  }
 
  private:
   std::filesystem::path path_;

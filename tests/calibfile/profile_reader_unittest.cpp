@@ -23,11 +23,6 @@ const auto kByName = [](const auto& info) {
   return std::string(info.param.name);
 };
 
-std::string CaseFile(const TempDir& dir, std::string_view text) {
-  if (text == kvx_test::kNoFile) return dir.Name("absent.ini");
-  return dir.Write("case.ini", text);
-}
-
 void ExpectUntouchedFrom(const std::vector<char>& buffer, size_t from) {
   for (size_t i = from; i < buffer.size(); ++i)
     EXPECT_EQ(buffer[i], kUntouched) << i;
@@ -39,7 +34,7 @@ class ProfileStringTable
 TEST_P(ProfileStringTable, DeliversThePlatformsValue) {
   const kvx_test::StringCase& c = GetParam();
   TempDir dir;
-  const std::string file = CaseFile(dir, kvx_test::FileBytes(c));
+  const std::string file = dir.Case(kvx_test::FileBytes(c));
   std::vector<char> buffer(c.size + 8, kUntouched);
   const uint32_t n = ProfileString(c.section, c.key, c.defaultValue,
                                    buffer.data(), c.size, file.c_str());
@@ -58,7 +53,7 @@ class ProfileSectionTable
 TEST_P(ProfileSectionTable, ListsThePlatformsLines) {
   const kvx_test::SectionCase& c = GetParam();
   TempDir dir;
-  const std::string file = CaseFile(dir, c.file);
+  const std::string file = dir.Case(c.file);
   std::vector<char> buffer(c.size + 8, kUntouched);
   EXPECT_EQ(
       ProfileSection(kvx_test::kSection, buffer.data(), c.size, file.c_str()),
