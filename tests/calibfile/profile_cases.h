@@ -1,10 +1,7 @@
-// What the calibration point file code expects of the profile functions, as
-// a table of file cases. The expectations are those of the Windows platform
-// functions GetPrivateProfileStringA / GetPrivateProfileSectionA, so the same
-// table runs against the platform (through the file exports, under Windows)
-// and against the library's own reader (directly, and through the exports
-// elsewhere). Where the two legitimately differ a case names both results
-// (docs/calibfile.md, "Windows and Linux readers").
+// File cases for the profile functions the point file code reads through:
+// what GetPrivateProfileStringA / GetPrivateProfileSectionA deliver, run
+// against the platform under Windows and the library's own reader anywhere.
+// Where the two differ a case names both (docs/calibfile.md).
 #pragma once
 
 #include <gtest/gtest.h>

@@ -1,8 +1,6 @@
-// Validation of calibration records through the exports (the checks and
-// their order, the fit written back into the caller's record, the monotonic
-// scan, the laser line relative wavenumbers are read against), and
-// conversions through the active calibration: pixels and data points to
-// calibrated values and back, table lookups, whole arrays and fit tests.
+// Calibration records validated through the exports, and conversions through
+// the active calibration: pixels and data points to values and back, table
+// lookups, whole arrays and fit tests.
 #include <cstring>
 #include <string>
 #include <vector>

@@ -1,7 +1,6 @@
-// The extension fits through the exports as a host calls them: the grating
-// model fitted to synthetic lines of a known true instrument
-// (tools/fit_synthetic.h), and polynomial calibrations of many points.
-// Polynomials against numpy (1.24) on the same data:
+// The extension fits through the exports: the grating model fitted to lines
+// of a known true instrument (tools/fit_synthetic.h), and polynomials of
+// many points against numpy (1.24) on the same data:
 //   x = 1 + i * (2047/199), i = 0..199
 //   y = 400 + 0.05 x + 1e-6 x^2 - 2e-10 x^3 + 0.01 sin(0.37 i)
 //   p = numpy.polyfit(x, y, 9); value = numpy.polyval(p, x0)
