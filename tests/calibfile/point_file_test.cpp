@@ -131,40 +131,29 @@ TEST_F(PointFile, PointsAreWrittenUpToMaxPointsEvenBeyondTen) {
 // The least-squares quadratic through each segment of examples/neon-1024.cal
 // and its values at pixels 1, 512 and 1024, solved exactly with python3
 // fractions (normal equations, Gaussian elimination); outputs in the table.
-struct SampleSegment {
-  KvxLong segment, points;
-  double c[3];
-  double at[3];  // values at pixels 1, 512 and 1024
-};
-
-class SampleFile : public PointFile,
-                   public ::testing::WithParamInterface<SampleSegment> {};
-
-TEST_P(SampleFile, SegmentFitsTheDispersionOfItsLines) {
-  const SampleSegment& s = GetParam();
+// Segment 1 is neon, segment 2 mercury.
+TEST_F(PointFile, SampleFileSegmentsFitTheDispersionOfTheirLines) {
+  // clang-format off
+  const struct { KvxLong segment, points; double c[3], at[3]; } segments[] = {
+      {1, 10, {582.0007824271398, 0.0599980696004088, 2.0049060987671094e-06},
+       {582.0607825016464, 613.2453681669043, 645.5411021153793}},
+      {2, 5, {394.997250739375, 0.18005887941239807, -2.0652060076694576e-06},
+       {395.17730755358133, 486.64601563484825, 577.2120178029726}}};
+  // clang-format on
   const std::string file = std::string(KVX_EXAMPLES_DIR) + "/neon-1024.cal";
-  ASSERT_EQ(CalibLoadCalibFile(h, file.c_str(), 1, s.segment, 0.0, 0.0), kOk);
-  const CalibrationRecord r = Dump();
-  EXPECT_EQ(r.polyOrder, 2);
-  EXPECT_EQ(r.pointCount, s.points);
   const double tolerance[3] = {1e-7, 1e-9, 1e-12}, pixel[3] = {1, 512, 1024};
-  for (int k = 0; k < 3; ++k) {
-    EXPECT_NEAR(r.coefficients[k], s.c[k], tolerance[k]) << k;
-    EXPECT_NEAR(ValueAt(pixel[k]), s.at[k], 1e-7) << pixel[k];
+  for (const auto& s : segments) {
+    SCOPED_TRACE(s.segment);
+    ASSERT_EQ(CalibLoadCalibFile(h, file.c_str(), 1, s.segment, 0, 0), kOk);
+    const CalibrationRecord r = Dump();
+    EXPECT_EQ(r.polyOrder, 2);
+    EXPECT_EQ(r.pointCount, s.points);
+    for (int k = 0; k < 3; ++k) {
+      EXPECT_NEAR(r.coefficients[k], s.c[k], tolerance[k]) << k;
+      EXPECT_NEAR(ValueAt(pixel[k]), s.at[k], 1e-7) << pixel[k];
+    }
   }
 }
-
-// clang-format off
-const SampleSegment kSampleSegments[] = {
-    {1, 10, {582.0007824271398, 0.0599980696004088, 2.0049060987671094e-06},
-     {582.0607825016464, 613.2453681669043, 645.5411021153793}},
-    {2, 5, {394.997250739375, 0.18005887941239807, -2.0652060076694576e-06},
-     {395.17730755358133, 486.64601563484825, 577.2120178029726}}};
-// clang-format on
-
-// Named by index: 0 is segment 1 (neon), 1 is segment 2 (mercury).
-INSTANTIATE_TEST_SUITE_P(NeonAndMercury, SampleFile,
-                         ::testing::ValuesIn(kSampleSegments));
 
 TEST_F(PointFile, TwoPointsLoadAsAStraightLineWithTheOffsetOnEveryWavelength) {
   // A header value longer than any buffer is tolerated.

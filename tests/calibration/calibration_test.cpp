@@ -2,7 +2,6 @@
 // the active calibration: pixels and data points to values and back, table
 // lookups, whole arrays and fit tests.
 #include <cstring>
-#include <string>
 #include <vector>
 
 #include "calibration/calibration_fixtures.h"
@@ -11,25 +10,7 @@ namespace {
 
 using namespace calibration_fixtures;
 
-struct ValidationCase {
-  const char* name;
-  void (*prepare)(CalibrationRecord&);
-  NqeErrorCode expected;
-};
-
-class ValidationCodes : public ::testing::TestWithParam<ValidationCase> {};
-
-// Starts from LinearNm (three points, order 1) on 100 pixels.
-TEST_P(ValidationCodes, ReportsTheFirstFailureAndRecordsItInValid) {
-  Handle h;
-  LoadDetector(h, 100);
-  CalibrationRecord r = LinearNm(h);
-  r.valid = 7;  // shows whether validation wrote the flag
-  GetParam().prepare(r);
-  EXPECT_EQ(CalibValidateCalibration(h, &r, 0), Code(GetParam().expected));
-  EXPECT_EQ(r.valid, GetParam().expected == NqeSuccess ? 1 : 0);
-}
-
+using CalibrationValidation = OnDetector;
 using R = CalibrationRecord;
 void ClearPoints(R& r) {
   for (int i = 0; i < 3; ++i) r.pointPosition[i] = r.pointValue[i] = -1.0;
@@ -37,28 +18,29 @@ void ClearPoints(R& r) {
 constexpr KvxLong kTableNm = static_cast<KvxLong>(kTableFlag | 4u);
 double table99[99];
 
-// clang-format off
-const ValidationCase kValidationCases[] = {
-    {"NoPointsInUse", [](R& r) { ClearPoints(r); r.polyOrder = 2; }, NqeNoCalibrationPoints},
-    {"OrderSix", [](R& r) { r.polyOrder = 6; }, NqeBadPolyOrder},
-    {"ThreePointsOrderThree", [](R& r) { r.polyOrder = 3; }, NqeTooFewCalibrationPoints},
-    {"PositionPastTheLastDataPoint", [](R& r) { r.pointPosition[2] = 100.5; }, NqePointOutOfRange},
-    {"RelativeWavenumbersWithoutLaserLine", [](R& r) { r.inputUnit = 6; }, NqeNoLaserLine},
-    {"ZeroFactor", [](R& r) { r.inputUnit = 2; r.factor = 0.0; }, NqeZeroFactor},
-    {"TableWithoutTable", [](R& r) { r.inputUnit = kTableNm; }, NqeNoTable},
-    {"TableLengthDiffersFromTheDataPoints",
-     [](R& r) { r.inputUnit = kTableNm; r.table = table99; r.tableLength = 99; }, NqeTableLengthMismatch},
-    {"FlatFitIsNotMonotonic", [](R& r) { r.pointValue[1] = r.pointValue[2] = 500.0; }, NqeNotMonotonic},
-};
-// clang-format on
-
-INSTANTIATE_TEST_SUITE_P(
-    Calibration, ValidationCodes, ::testing::ValuesIn(kValidationCases),
-    [](const ::testing::TestParamInfo<ValidationCase>& info) {
-      return std::string(info.param.name);
-    });
-
-using CalibrationValidation = OnDetector;
+// Each case starts from LinearNm (three points, order 1) on 100 pixels.
+TEST_F(CalibrationValidation, ReportsTheFirstFailureAndRecordsItInValid) {
+  // clang-format off
+  const struct { const char* name; void (*prepare)(R&); NqeErrorCode expected; } cases[] = {
+      {"no points in use", [](R& r) { ClearPoints(r); r.polyOrder = 2; }, NqeNoCalibrationPoints},
+      {"order six", [](R& r) { r.polyOrder = 6; }, NqeBadPolyOrder},
+      {"three points, order three", [](R& r) { r.polyOrder = 3; }, NqeTooFewCalibrationPoints},
+      {"position past the last data point", [](R& r) { r.pointPosition[2] = 100.5; }, NqePointOutOfRange},
+      {"relative wavenumbers without laser line", [](R& r) { r.inputUnit = 6; }, NqeNoLaserLine},
+      {"zero factor", [](R& r) { r.inputUnit = 2; r.factor = 0.0; }, NqeZeroFactor},
+      {"table without table", [](R& r) { r.inputUnit = kTableNm; }, NqeNoTable},
+      {"table length differs from the data points",
+       [](R& r) { r.inputUnit = kTableNm; r.table = table99; r.tableLength = 99; }, NqeTableLengthMismatch},
+      {"flat fit is not monotonic", [](R& r) { r.pointValue[1] = r.pointValue[2] = 500.0; }, NqeNotMonotonic}};
+  // clang-format on
+  for (const auto& c : cases) {
+    CalibrationRecord r = LinearNm(h);
+    r.valid = 7;  // shows whether validation wrote the flag
+    c.prepare(r);
+    EXPECT_EQ(CalibValidateCalibration(h, &r, 0), Code(c.expected)) << c.name;
+    EXPECT_EQ(r.valid, 0) << c.name;
+  }
+}
 
 TEST_F(CalibrationValidation, UnitsOneAndTwoSetTheLineWithoutPoints) {
   CalibrationRecord fixed = DefaultRecord(h);

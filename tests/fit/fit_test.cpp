@@ -229,45 +229,38 @@ TEST_P(Install, FittedOpticsReproduceTheFitThroughTheHostInterface) {
 INSTANTIATE_TEST_SUITE_P(CenterPixelOffsets, Install,
                          ::testing::Values(0.0, 12.0));
 
-struct BadInput {
-  const char* name;
-  void (*spoil)(std::vector<KvxFitLine>&, KvxLong& count, KvxLong& spectra);
-  KvxULong code;
-};
-void PrintTo(const BadInput& b, std::ostream* os) { *os << b.name; }
-
-class Refusals : public ::testing::TestWithParam<BadInput> {};
-
-TEST_P(Refusals, BadInputGivesItsCodeAndWritesNothing) {
+// Each bad input gives its code and writes nothing.
+TEST(Refusals, BadInputGivesItsCodeAndWritesNothing) {
+  using L = std::vector<KvxFitLine>;
+  // clang-format off
+  const struct { const char* name; void (*spoil)(L&, KvxLong& count, KvxLong& spectra); KvxULong code; } cases[] = {
+      {"two lines", [](L&, KvxLong& n, KvxLong&) { n = 2; }, NqeTooFewCalibrationPoints},
+      {"no spectrum", [](L&, KvxLong&, KvxLong& s) { s = 0; }, NqeBadNumber},
+      {"spectrum index beyond the spectra", [](L& l, KvxLong&, KvxLong&) { l[2].spectrum = 1; }, NqeBadNumber},
+      {"spectrum without lines", [](L&, KvxLong&, KvxLong& s) { s = 2; }, NqeTooFewCalibrationPoints},
+      {"pixel below the detector", [](L& l, KvxLong&, KvxLong&) { l[0].pixel = 0.4; }, NqePointOutOfRange},
+      {"pixel not a number", [](L& l, KvxLong&, KvxLong&) { l[0].pixel = NAN; }, NqePointOutOfRange},
+      {"wavelength beyond the grating", [](L& l, KvxLong&, KvxLong&) { l[1].wavelength = 2000; }, NqeWavelengthUnreachable},
+      {"fewer lines than parameters", [](L& l, KvxLong& n, KvxLong& s) { s = 2, n = 4, l[3].spectrum = 1; },
+       NqeTooFewCalibrationPoints}};
+  // clang-format on
   Instrument h;
-  auto lines = Lines(kTruth, {500.6}, 6, 0.0, 1);
-  KvxLong count = 6, spectra = 1;
-  GetParam().spoil(lines, count, spectra);
-  KvxFitSpectrum spectrum[2] = {{500, -7, -7, -7, -7, -7},
-                                {560, -7, -7, -7, -7, -7}};
-  KvxGratingFit fit{};
-  fit.focalLength = -7;
-  EXPECT_EQ(KvxFitGratingModel(h, lines.data(), count, spectrum, spectra,
-                               nullptr, &fit, nullptr),
-            GetParam().code);
-  EXPECT_EQ(fit.focalLength, -7);
-  EXPECT_EQ(spectrum[0].center, -7);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.name);
+    auto lines = Lines(kTruth, {500.6}, 6, 0.0, 1);
+    KvxLong count = 6, spectra = 1;
+    c.spoil(lines, count, spectra);
+    KvxFitSpectrum spectrum[2] = {{500, -7, -7, -7, -7, -7},
+                                  {560, -7, -7, -7, -7, -7}};
+    KvxGratingFit fit{};
+    fit.focalLength = -7;
+    EXPECT_EQ(KvxFitGratingModel(h, lines.data(), count, spectrum, spectra,
+                                 nullptr, &fit, nullptr),
+              c.code);
+    EXPECT_EQ(fit.focalLength, -7);
+    EXPECT_EQ(spectrum[0].center, -7);
+  }
 }
-
-using L = std::vector<KvxFitLine>;
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Lines, Refusals, ::testing::Values(
-    BadInput{"TwoLines", [](L&, KvxLong& n, KvxLong&) { n = 2; }, NqeTooFewCalibrationPoints},
-    BadInput{"NoSpectrum", [](L&, KvxLong&, KvxLong& s) { s = 0; }, NqeBadNumber},
-    BadInput{"SpectrumIndexBeyondTheSpectra", [](L& l, KvxLong&, KvxLong&) { l[2].spectrum = 1; }, NqeBadNumber},
-    BadInput{"SpectrumWithoutLines", [](L&, KvxLong&, KvxLong& s) { s = 2; }, NqeTooFewCalibrationPoints},
-    BadInput{"PixelBelowTheDetector", [](L& l, KvxLong&, KvxLong&) { l[0].pixel = 0.4; }, NqePointOutOfRange},
-    BadInput{"PixelNotANumber", [](L& l, KvxLong&, KvxLong&) { l[0].pixel = NAN; }, NqePointOutOfRange},
-    BadInput{"WavelengthBeyondTheGrating", [](L& l, KvxLong&, KvxLong&) { l[1].wavelength = 2000; }, NqeWavelengthUnreachable},
-    BadInput{"FewerLinesThanParameters", [](L& l, KvxLong& n, KvxLong& s) { s = 2, n = 4, l[3].spectrum = 1; },
-             NqeTooFewCalibrationPoints}),
-    [](const auto& info) { return info.param.name; });
-// clang-format on
 
 struct Data {
   std::vector<double> x, y;
@@ -297,57 +290,46 @@ double ValueSigma(const KvxPolynomialFit& f, double x) {
   return std::sqrt(var);
 }
 
-struct Expected {
-  double x, value, sigma;
-};
-
-struct Case {
-  const char* name;
-  int outlier;
-  double rms;
-  std::vector<Expected> at;
-};
-// Test parameters print as their names: their raw bytes include padding.
-void PrintTo(const Case& c, std::ostream* os) { *os << c.name; }
-
-class AgainstNumpy : public ::testing::TestWithParam<Case> {};
-
-TEST_P(AgainstNumpy, OrderNineOfTwoHundredPoints) {
-  const Case& c = GetParam();
-  const Data d = Points(c.outlier);
-  KvxPolynomialFit fit{};
-  std::vector<KvxFitLineResult> points(200);
-  ASSERT_EQ(KvxFitPolynomial(d.x.data(), d.y.data(), 200, 9, nullptr, &fit,
-                             points.data()),
-            0u);
-  EXPECT_EQ(fit.pointsRejected, c.outlier < 0 ? 0 : 1);
-  for (int i = 0; i < 200; ++i)
-    EXPECT_EQ(points[static_cast<size_t>(i)].rejected, i == c.outlier ? 1 : 0);
-  EXPECT_NEAR(fit.rms, c.rms, 1e-9);
-  for (const Expected& e : c.at) {
-    double value = 0.0;
-    ASSERT_EQ(KvxEvaluatePolynomialFit(&fit, e.x, &value), 0u);
-    EXPECT_NEAR(value, e.value, 1e-8) << e.x;
-    EXPECT_NEAR(ValueSigma(fit, e.x), e.sigma, e.sigma * 1e-6) << e.x;
+// Order nine through 200 points, all of them and with the outlier set aside.
+TEST(PolynomialFit, AgainstNumpy) {
+  struct Expected {
+    double x, value, sigma;
+  };
+  // clang-format off
+  const struct { int outlier; double rms; std::vector<Expected> at; } cases[] = {
+      {-1, 0.006944781976962302,
+       {{1.0, 400.0587225340879, 0.004474461719660738},
+        {333.3, 416.7688877883693, 0.001508387809435439},
+        {1024.5, 452.05928639723214, 0.0012401153516722909},
+        {1777.0, 490.8847189364137, 0.0015834181849975113},
+        {2048.0, 504.8696597003278, 0.0044744617196607345}}},
+      {57, 0.006937925197232665,
+       {{1.0, 400.0588670365616, 0.004472396852898237},
+        {333.3, 416.76888462421647, 0.0015071003536019413},
+        {1024.5, 452.05934296717044, 0.001240028763677004},
+        {1777.0, 490.88470401914947, 0.0015821171183716622},
+        {2048.0, 504.8696132734837, 0.004470817074180118}}}};
+  // clang-format on
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.outlier);
+    const Data d = Points(c.outlier);
+    KvxPolynomialFit fit{};
+    std::vector<KvxFitLineResult> points(200);
+    ASSERT_EQ(KvxFitPolynomial(d.x.data(), d.y.data(), 200, 9, nullptr, &fit,
+                               points.data()),
+              0u);
+    EXPECT_EQ(fit.pointsRejected, c.outlier < 0 ? 0 : 1);
+    for (int i = 0; i < 200; ++i)
+      EXPECT_EQ(points[size_t(i)].rejected, i == c.outlier ? 1 : 0) << i;
+    EXPECT_NEAR(fit.rms, c.rms, 1e-9);
+    for (const Expected& e : c.at) {
+      double value = 0.0;
+      ASSERT_EQ(KvxEvaluatePolynomialFit(&fit, e.x, &value), 0u);
+      EXPECT_NEAR(value, e.value, 1e-8) << e.x;
+      EXPECT_NEAR(ValueSigma(fit, e.x), e.sigma, e.sigma * 1e-6) << e.x;
+    }
   }
 }
-
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Polyfit, AgainstNumpy, ::testing::Values(
-    Case{"AllPoints", -1, 0.006944781976962302,
-         {{1.0, 400.0587225340879, 0.004474461719660738},
-          {333.3, 416.7688877883693, 0.001508387809435439},
-          {1024.5, 452.05928639723214, 0.0012401153516722909},
-          {1777.0, 490.8847189364137, 0.0015834181849975113},
-          {2048.0, 504.8696597003278, 0.0044744617196607345}}},
-    Case{"OutlierSetAside", 57, 0.006937925197232665,
-         {{1.0, 400.0588670365616, 0.004472396852898237},
-          {333.3, 416.76888462421647, 0.0015071003536019413},
-          {1024.5, 452.05934296717044, 0.001240028763677004},
-          {1777.0, 490.88470401914947, 0.0015821171183716622},
-          {2048.0, 504.8696132734837, 0.004470817074180118}}}),
-    [](const auto& info) { return info.param.name; });
-// clang-format on
 
 // A parabola through three points: exact, without uncertainty.
 TEST(PolynomialFit, WithoutADegreeOfFreedomTheSigmasAreUndetermined) {
@@ -360,38 +342,27 @@ TEST(PolynomialFit, WithoutADegreeOfFreedomTheSigmasAreUndetermined) {
   for (int k = 0; k < 3; ++k) EXPECT_EQ(fit.sigmas[k], -1.0);
 }
 
-struct Refusal {
-  const char* name;
-  std::vector<double> x;
-  int order;
-  KvxULong code;
-};
-void PrintTo(const Refusal& r, std::ostream* os) { *os << r.name; }
-
-class PolynomialRefusals : public ::testing::TestWithParam<Refusal> {};
-
-TEST_P(PolynomialRefusals, BadPointsOrOrderGiveTheirCode) {
-  const Refusal& r = GetParam();
-  const std::vector<double> y(r.x.size(), 500.0);
-  KvxPolynomialFit fit{};
-  fit.rms = -7;
-  EXPECT_EQ(
-      KvxFitPolynomial(r.x.data(), y.data(), static_cast<KvxLong>(r.x.size()),
-                       r.order, nullptr, &fit, nullptr),
-      r.code);
-  EXPECT_EQ(fit.rms, -7);
+TEST(PolynomialFit, BadPointsOrOrderGiveTheirCodeAndWriteNothing) {
+  // clang-format off
+  const struct { const char* name; std::vector<double> x; int order; KvxULong code; } cases[] = {
+      {"order ten", std::vector<double>(20, 1.0), 10, NqeBadPolyOrder},
+      {"negative order", {1, 2, 3}, -1, NqeBadPolyOrder},
+      {"no more points than terms", {1, 2, 3}, 3, NqeTooFewCalibrationPoints},
+      {"too few distinct abscissae", {1, 1, 2, 2}, 2, NqeTooFewCalibrationPoints},
+      {"one abscissa above order zero", {4, 4, 4}, 1, NqePointOutOfRange},
+      {"not a number", {1, NAN, 3}, 1, NqePointOutOfRange}};
+  // clang-format on
+  for (const auto& c : cases) {
+    const std::vector<double> y(c.x.size(), 500.0);
+    KvxPolynomialFit fit{};
+    fit.rms = -7;
+    EXPECT_EQ(KvxFitPolynomial(c.x.data(), y.data(), KvxLong(c.x.size()),
+                               c.order, nullptr, &fit, nullptr),
+              c.code)
+        << c.name;
+    EXPECT_EQ(fit.rms, -7) << c.name;
+  }
 }
-
-// clang-format off
-INSTANTIATE_TEST_SUITE_P(Points, PolynomialRefusals, ::testing::Values(
-    Refusal{"OrderTen", std::vector<double>(20, 1.0), 10, NqeBadPolyOrder},
-    Refusal{"NegativeOrder", {1, 2, 3}, -1, NqeBadPolyOrder},
-    Refusal{"NoMorePointsThanTerms", {1, 2, 3}, 3, NqeTooFewCalibrationPoints},
-    Refusal{"TooFewDistinctAbscissae", {1, 1, 2, 2}, 2, NqeTooFewCalibrationPoints},
-    Refusal{"OneAbscissaAboveOrderZero", {4, 4, 4}, 1, NqePointOutOfRange},
-    Refusal{"NotANumber", {1, NAN, 3}, 1, NqePointOutOfRange}),
-    [](const auto& info) { return info.param.name; });
-// clang-format on
 
 // The fit as a table calibration, read back through the conversions of the
 // host interface (expected values: numpy.polyval of the first case at
