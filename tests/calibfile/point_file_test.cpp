@@ -66,8 +66,6 @@ struct SegmentCase {
   const char* file;  // nullptr: no file
 };
 
-void PrintTo(const SegmentCase& c, std::ostream* os) { *os << c.name; }
-
 const SegmentCase kSegmentCases[] = {
     {"LowerRangeTestComesBeforeTheMissingHeader", 0, kBadSeg, kBadSeg,
      "[Seg1_Pixel_Calib]\n" TWO_POINTS},
@@ -92,26 +90,20 @@ const SegmentCase kSegmentCases[] = {
      "Point2_Pixel=512\nPoint2_Wave=600\nPoint3_Pixel=1024\nPoint3_Wave=500"},
 };
 
-class SegmentFile : public PointFile,
-                    public ::testing::WithParamInterface<SegmentCase> {};
-
-TEST_P(SegmentFile, EachLoaderGivesItsCodeAndAFailedLoadChangesNothing) {
-  const SegmentCase& c = GetParam();
-  EXPECT_EQ(LoadPoints(c.file, c.segment), c.points);
+TEST_F(PointFile, EachLoaderGivesItsCodeAndAFailedLoadChangesNothing) {
   const std::string good = File(SEG1 TWO_POINTS, "good.cal");
-  ASSERT_EQ(CalibLoadCalibFile(h, good.c_str(), 1, 1, 0.0, 0.0), kOk);
-  const CalibrationRecord before = Dump();
-  const std::string file = File(c.file);
-  EXPECT_EQ(CalibLoadCalibFile(h, file.c_str(), 1, c.segment, 0.5, 532.0),
-            c.load);
-  const CalibrationRecord after = Dump();
-  EXPECT_EQ(std::memcmp(&before, &after, sizeof before), 0);
+  for (const SegmentCase& c : kSegmentCases) {
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(LoadPoints(c.file, c.segment), c.points);
+    ASSERT_EQ(CalibLoadCalibFile(h, good.c_str(), 1, 1, 0.0, 0.0), kOk);
+    const CalibrationRecord before = Dump();
+    const std::string file = File(c.file);
+    EXPECT_EQ(CalibLoadCalibFile(h, file.c_str(), 1, c.segment, 0.5, 532.0),
+              c.load);
+    const CalibrationRecord after = Dump();
+    EXPECT_EQ(std::memcmp(&before, &after, sizeof before), 0);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(Files, SegmentFile, ::testing::ValuesIn(kSegmentCases),
-                         [](const auto& info) {
-                           return std::string(info.param.name);
-                         });
 
 TEST_F(PointFile, PointsAreWrittenUpToMaxPointsEvenBeyondTen) {
   std::string text = SEG1 "Number_Points=12\n";
@@ -174,73 +166,49 @@ TEST_F(PointFile, TwoPointsLoadAsAStraightLineWithTheOffsetOnEveryWavelength) {
   EXPECT_NEAR(ValueAt(512.0), 552.0, 1e-9);  // 488.0 + 0.125 * 512
 }
 
-// The cases the exports can express: a buffer of 255 characters and the
-// names of segment 1's point count.
-bool Fits(const kvx_test::StringCase& c) {
-  return c.size == 255 && std::strcmp(c.section, kvx_test::kSection) == 0 &&
-         std::strcmp(c.key, kvx_test::kKey) == 0;
-}
-bool Fits(const kvx_test::SectionCase& c) { return c.size == 255; }
-
-template <class Case, size_t N>
-std::vector<Case> Expressible(const Case (&cases)[N]) {
-  std::vector<Case> fitting;
-  for (const Case& c : cases)
-    if (Fits(c)) fitting.push_back(c);
-  return fitting;
-}
-
 KvxULong NumPoints(const kvx_test::TempDir& dir, std::string_view bytes,
                    KvxLong* count) {
   return CalibGetNumPoints(dir.Case(bytes).c_str(), 1, 1, count);
 }
 
-class StringCaseThroughExports
-    : public ::testing::TestWithParam<kvx_test::StringCase> {};
-
-TEST_P(StringCaseThroughExports, GivesTheCountOfTheDeliveredText) {
-  const kvx_test::StringCase& c = GetParam();
-  const std::string_view text = kvx_test::ExpectedText(c);
-  // The exports read the count with an empty default: a case that delivers
-  // its own default found no key, and an export then sees nothing.
-  std::string_view fallback = c.defaultValue;
-  while (!fallback.empty() && fallback.back() == ' ') fallback.remove_suffix(1);
-  const bool delivered = !text.empty() && text != fallback;
-
+// The cases the exports can express: a buffer of 255 characters and the
+// names of segment 1's point count.
+TEST(FileCases, StringCasesGiveTheCountOfTheDeliveredText) {
   kvx_test::TempDir dir;
-  KvxLong n = kSentinel;
-  const KvxULong code = NumPoints(dir, kvx_test::FileBytes(c), &n);
-  if (delivered) {
-    EXPECT_EQ(code, static_cast<KvxULong>(NqeSuccess));
-    // atoi reads the text as the file format's counts are documented.
-    EXPECT_EQ(n, std::atoi(std::string(text).c_str()));
-  } else {
-    EXPECT_TRUE(code == NqeNoPointCount || code == NqeBadSegment) << code;
-    EXPECT_EQ(n, kSentinel);
+  for (const kvx_test::StringCase& c : kvx_test::kStringCases) {
+    if (c.size != 255 || std::strcmp(c.section, kvx_test::kSection) != 0 ||
+        std::strcmp(c.key, kvx_test::kKey) != 0)
+      continue;
+    SCOPED_TRACE(c.name);
+    const std::string_view text = kvx_test::ExpectedText(c);
+    // The exports read the count with an empty default: a case that
+    // delivers its own default found no key, and an export sees nothing.
+    std::string_view fallback = c.defaultValue;
+    while (!fallback.empty() && fallback.back() == ' ')
+      fallback.remove_suffix(1);
+    KvxLong n = kSentinel;
+    const KvxULong code = NumPoints(dir, kvx_test::FileBytes(c), &n);
+    if (!text.empty() && text != fallback) {
+      EXPECT_EQ(code, static_cast<KvxULong>(NqeSuccess));
+      // atoi reads the text as the file format's counts are documented.
+      EXPECT_EQ(n, std::atoi(std::string(text).c_str()));
+    } else {
+      EXPECT_TRUE(code == NqeNoPointCount || code == NqeBadSegment) << code;
+      EXPECT_EQ(n, kSentinel);
+    }
   }
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    FileCases, StringCaseThroughExports,
-    ::testing::ValuesIn(Expressible(kvx_test::kStringCases)),
-    [](const auto& info) { return std::string(info.param.name); });
-
-class SectionCaseThroughExports
-    : public ::testing::TestWithParam<kvx_test::SectionCase> {};
-
-TEST_P(SectionCaseThroughExports, SegmentIsPresentExactlyWhenItHasLines) {
-  const kvx_test::SectionCase& c = GetParam();
+// None of these sections has a count: present gives 11088, absent 11083.
+TEST(FileCases, SegmentIsPresentExactlyWhenItsSectionHasLines) {
   kvx_test::TempDir dir;
-  KvxLong n = kSentinel;
-  const KvxULong code = NumPoints(dir, c.file, &n);
-  // None of these sections has a count: present gives 11088, absent 11083.
-  EXPECT_EQ(code, static_cast<KvxULong>(c.count != 0 ? NqeNoPointCount
-                                                     : NqeBadSegment));
+  for (const kvx_test::SectionCase& c : kvx_test::kSectionCases) {
+    if (c.size != 255) continue;
+    KvxLong n = kSentinel;
+    EXPECT_EQ(NumPoints(dir, c.file, &n),
+              KvxULong(c.count != 0 ? NqeNoPointCount : NqeBadSegment))
+        << c.name;
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    FileCases, SectionCaseThroughExports,
-    ::testing::ValuesIn(Expressible(kvx_test::kSectionCases)),
-    [](const auto& info) { return std::string(info.param.name); });
 
 }  // namespace
