@@ -9,7 +9,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <ostream>
 #include <random>
 #include <string>
 #include <string_view>
@@ -42,9 +41,6 @@ struct StringCase {
   const char* ownReaderText = nullptr;
   bool utf16 = false;  // the file is written as UTF-16LE with a byte order mark
 };
-
-// Test output names the case instead of dumping its bytes.
-inline void PrintTo(const StringCase& c, std::ostream* os) { *os << c.name; }
 
 // clang-format off
 inline constexpr StringCase kStringCases[] = {
@@ -98,8 +94,6 @@ struct SectionCase {
   uint32_t count;         // characters delivered, final NUL not counted
   std::string_view text;  // with the NULs between lines, final NUL excluded
 };
-
-inline void PrintTo(const SectionCase& c, std::ostream* os) { *os << c.name; }
 
 // clang-format off
 inline constexpr SectionCase kSectionCases[] = {

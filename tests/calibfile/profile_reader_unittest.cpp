@@ -19,53 +19,41 @@ using kvx::ProfileString;
 using kvx_test::TempDir;
 
 constexpr char kUntouched = '#';  // fill the reader must not overwrite
-const auto kByName = [](const auto& info) {
-  return std::string(info.param.name);
-};
 
 void ExpectUntouchedFrom(const std::vector<char>& buffer, size_t from) {
   for (size_t i = from; i < buffer.size(); ++i)
     EXPECT_EQ(buffer[i], kUntouched) << i;
 }
 
-class ProfileStringTable
-    : public ::testing::TestWithParam<kvx_test::StringCase> {};
-
-TEST_P(ProfileStringTable, DeliversThePlatformsValue) {
-  const kvx_test::StringCase& c = GetParam();
+TEST(ProfileReader, DeliversThePlatformsValueForEveryStringCase) {
   TempDir dir;
-  const std::string file = dir.Case(kvx_test::FileBytes(c));
-  std::vector<char> buffer(c.size + 8, kUntouched);
-  const uint32_t n = ProfileString(c.section, c.key, c.defaultValue,
-                                   buffer.data(), c.size, file.c_str());
-  EXPECT_EQ(n, kvx_test::ExpectedText(c).size());
-  EXPECT_EQ(std::string_view(buffer.data(), n), kvx_test::ExpectedText(c));
-  EXPECT_EQ(buffer[n], '\0');
-  ExpectUntouchedFrom(buffer, c.size);
+  for (const kvx_test::StringCase& c : kvx_test::kStringCases) {
+    SCOPED_TRACE(c.name);
+    const std::string file = dir.Case(kvx_test::FileBytes(c));
+    std::vector<char> buffer(c.size + 8, kUntouched);
+    const uint32_t n = ProfileString(c.section, c.key, c.defaultValue,
+                                     buffer.data(), c.size, file.c_str());
+    EXPECT_EQ(std::string_view(buffer.data(), n), kvx_test::ExpectedText(c));
+    EXPECT_EQ(buffer[n], '\0');
+    ExpectUntouchedFrom(buffer, c.size);
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(FileCases, ProfileStringTable,
-                         ::testing::ValuesIn(kvx_test::kStringCases), kByName);
-
-class ProfileSectionTable
-    : public ::testing::TestWithParam<kvx_test::SectionCase> {};
-
-TEST_P(ProfileSectionTable, ListsThePlatformsLines) {
-  const kvx_test::SectionCase& c = GetParam();
+// The list as the table gives it, then the NUL that ends the list.
+TEST(ProfileReader, ListsThePlatformsLinesForEverySectionCase) {
   TempDir dir;
-  const std::string file = dir.Case(c.file);
-  std::vector<char> buffer(c.size + 8, kUntouched);
-  EXPECT_EQ(
-      ProfileSection(kvx_test::kSection, buffer.data(), c.size, file.c_str()),
-      c.count);
-  // The list as the table gives it, then the NUL that ends the list.
-  EXPECT_EQ(std::string_view(buffer.data(), c.text.size() + 1),
-            std::string(c.text) + '\0');
-  ExpectUntouchedFrom(buffer, c.size);
+  for (const kvx_test::SectionCase& c : kvx_test::kSectionCases) {
+    SCOPED_TRACE(c.name);
+    const std::string file = dir.Case(c.file);
+    std::vector<char> buffer(c.size + 8, kUntouched);
+    EXPECT_EQ(
+        ProfileSection(kvx_test::kSection, buffer.data(), c.size, file.c_str()),
+        c.count);
+    EXPECT_EQ(std::string_view(buffer.data(), c.text.size() + 1),
+              std::string(c.text) + '\0');
+    ExpectUntouchedFrom(buffer, c.size);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(FileCases, ProfileSectionTable,
-                         ::testing::ValuesIn(kvx_test::kSectionCases), kByName);
 
 TEST(ProfileReader, LineLongerThanAnyBufferIsCutAndTheNextLineStillRead) {
   TempDir dir;
