@@ -8,7 +8,6 @@
 #include <cstring>
 #include <string>
 #include <tuple>
-#include <vector>
 
 #include "calibfile/profile_cases.h"
 #include "calibration/calibration_fixtures.h"

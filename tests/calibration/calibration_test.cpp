@@ -1,7 +1,6 @@
 // Calibration records validated through the exports, and conversions through
 // the active calibration: pixels and data points to values and back, table
 // lookups, whole arrays and fit tests.
-#include <cstring>
 #include <vector>
 
 #include "calibration/calibration_fixtures.h"

@@ -3,7 +3,6 @@
 
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <cstring>
 #include <vector>
 
@@ -11,7 +10,6 @@
 
 namespace kvx_detector_test {
 
-// A calibration object for the length of a test.
 using kvx_test::Handle;
 
 // A record pointing at the caller's regions (16 bytes each), if any.
