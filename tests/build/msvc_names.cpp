@@ -1,12 +1,7 @@
-// The C++ exports declared as a host of the interface declares them, with the
-// Windows types of the interface (unsigned long handle, long, double, pointers)
-// and __stdcall. The export check compiles this file for 32-bit Windows with
-// the MSVC name scheme and compares the names the compiler references with
-// the catalogue (exports.txt).
-//
-// The public header comes first: if one of its declarations drifts from the
-// interface, the declaration below either conflicts with it (result type,
-// calling convention) or becomes an overload that makes the reference
+// The C++ exports declared as a host declares them (Windows types, __stdcall),
+// compiled for 32-bit Windows with the MSVC name scheme; the check compares
+// the referenced names with exports.txt. The public header comes first, so a
+// drifting declaration there conflicts with one below or makes the reference
 // ambiguous, and the check fails to compile.
 #include "KelvoCalibrate.h"
 

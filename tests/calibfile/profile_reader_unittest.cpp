@@ -1,19 +1,16 @@
 // The library's own initialisation-file reader against the table of file
-// cases the platform functions satisfy, and its robustness on files no
-// calibration point file should be.
+// cases the platform functions satisfy, its robustness on files no
+// calibration point file should be, and the numbers in the file's texts.
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <unistd.h>
 
-#include <cstring>
-#include <filesystem>
-#include <random>
+#include <cstdint>
+#include <limits>
 #include <string>
 #include <vector>
 
+#include "calibfile/number_text.h"
 #include "calibfile/profile_cases.h"
 #include "calibfile/profile_reader.h"
-#include "calibfile/temp_dir.h"
 
 namespace {
 
@@ -22,58 +19,41 @@ using kvx::ProfileString;
 using kvx_test::TempDir;
 
 constexpr char kUntouched = '#';  // fill the reader must not overwrite
-const auto kByName = [](const auto& info) {
-  return std::string(info.param.name);
-};
-
-std::string CaseFile(const TempDir& dir, std::string_view text) {
-  if (text == kvx_test::kNoFile) return dir.Name("absent.ini");
-  return dir.Write("case.ini", text);
-}
 
 void ExpectUntouchedFrom(const std::vector<char>& buffer, size_t from) {
   for (size_t i = from; i < buffer.size(); ++i)
     EXPECT_EQ(buffer[i], kUntouched) << i;
 }
 
-class ProfileStringTable
-    : public ::testing::TestWithParam<kvx_test::StringCase> {};
-
-TEST_P(ProfileStringTable, DeliversThePlatformsValue) {
-  const kvx_test::StringCase& c = GetParam();
+TEST(ProfileReader, DeliversThePlatformsValueForEveryStringCase) {
   TempDir dir;
-  const std::string file = CaseFile(dir, kvx_test::FileBytes(c));
-  std::vector<char> buffer(c.size + 8, kUntouched);
-  const uint32_t n = ProfileString(c.section, c.key, c.defaultValue,
-                                   buffer.data(), c.size, file.c_str());
-  EXPECT_EQ(n, kvx_test::ExpectedText(c).size());
-  EXPECT_EQ(std::string_view(buffer.data(), n), kvx_test::ExpectedText(c));
-  EXPECT_EQ(buffer[n], '\0');
-  ExpectUntouchedFrom(buffer, c.size);
+  for (const kvx_test::StringCase& c : kvx_test::kStringCases) {
+    SCOPED_TRACE(c.name);
+    const std::string file = dir.Case(kvx_test::FileBytes(c));
+    std::vector<char> buffer(c.size + 8, kUntouched);
+    const uint32_t n = ProfileString(c.section, c.key, c.defaultValue,
+                                     buffer.data(), c.size, file.c_str());
+    EXPECT_EQ(std::string_view(buffer.data(), n), kvx_test::ExpectedText(c));
+    EXPECT_EQ(buffer[n], '\0');
+    ExpectUntouchedFrom(buffer, c.size);
+  }
 }
 
-INSTANTIATE_TEST_SUITE_P(FileCases, ProfileStringTable,
-                         ::testing::ValuesIn(kvx_test::kStringCases), kByName);
-
-class ProfileSectionTable
-    : public ::testing::TestWithParam<kvx_test::SectionCase> {};
-
-TEST_P(ProfileSectionTable, ListsThePlatformsLines) {
-  const kvx_test::SectionCase& c = GetParam();
+// The list as the table gives it, then the NUL that ends the list.
+TEST(ProfileReader, ListsThePlatformsLinesForEverySectionCase) {
   TempDir dir;
-  const std::string file = CaseFile(dir, c.file);
-  std::vector<char> buffer(c.size + 8, kUntouched);
-  EXPECT_EQ(
-      ProfileSection(kvx_test::kSection, buffer.data(), c.size, file.c_str()),
-      c.count);
-  // The list as the table gives it, then the NUL that ends the list.
-  EXPECT_EQ(std::string_view(buffer.data(), c.text.size() + 1),
-            std::string(c.text) + '\0');
-  ExpectUntouchedFrom(buffer, c.size);
+  for (const kvx_test::SectionCase& c : kvx_test::kSectionCases) {
+    SCOPED_TRACE(c.name);
+    const std::string file = dir.Case(c.file);
+    std::vector<char> buffer(c.size + 8, kUntouched);
+    EXPECT_EQ(
+        ProfileSection(kvx_test::kSection, buffer.data(), c.size, file.c_str()),
+        c.count);
+    EXPECT_EQ(std::string_view(buffer.data(), c.text.size() + 1),
+              std::string(c.text) + '\0');
+    ExpectUntouchedFrom(buffer, c.size);
+  }
 }
-
-INSTANTIATE_TEST_SUITE_P(FileCases, ProfileSectionTable,
-                         ::testing::ValuesIn(kvx_test::kSectionCases), kByName);
 
 TEST(ProfileReader, LineLongerThanAnyBufferIsCutAndTheNextLineStillRead) {
   TempDir dir;
@@ -103,6 +83,30 @@ TEST(ProfileReader, NullNamesAndZeroSizeGiveNothingOrTheDefault) {
   EXPECT_EQ(ProfileString("s", "k", nullptr, buffer, sizeof buffer, nullptr),
             0u);
   EXPECT_STREQ(buffer, "");
+}
+
+// Each text is read both ways: as a count (a saturating atoi) and as a real
+// (decimal only, never a non-finite value).
+TEST(NumberText, ParsesAsCountAndAsReal) {
+  constexpr int32_t kMax = std::numeric_limits<int32_t>::max();
+  constexpr int32_t kMin = std::numeric_limits<int32_t>::min();
+  const struct {
+    const char* text;
+    int32_t count;
+    double real;
+  } cases[] = {
+      {"+-1", 0, 0.0},  // two signs are not a number
+      {"+8.25", 8, 8.25},
+      {"585.249nm", 585, 585.249},  // stops at the first misfit character
+      {"585,249", 585, 585.0},      // a decimal comma stops the number
+      {"1.5e2", 1, 150.0},
+      {"2147483648", kMax, 2147483648.0},  // counts clamp to int32
+      {"-2147483649", kMin, -2147483649.0},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(kvx::ParseCount(c.text), c.count) << c.text;
+    EXPECT_EQ(kvx::ParseReal(c.text), c.real) << c.text;
+  }
 }
 
 }  // namespace

@@ -5,9 +5,9 @@
 #include <gtest/gtest.h>
 
 #include <initializer_list>
+#include <tuple>
 #include <utility>
 
-#include "KelvoCalibrate.h"
 #include "support/test_handle.h"
 
 namespace calibration_fixtures {
@@ -23,11 +23,9 @@ using kvx_test::Handle;
 inline void LoadDetector(CalibHandle h, KvxLong pixels,
                          X_ROI* regions = nullptr, KvxLong regionCount = 0) {
   DetectorRecord d{};
-  d.numPixels = pixels;
-  d.pixelSize = 26.0;
-  d.regions = regions;
-  d.regionCount = regionCount;
-  d.regionBytes = regionCount * static_cast<KvxLong>(sizeof(X_ROI));
+  std::tie(d.numPixels, d.pixelSize, d.regions, d.regionCount, d.regionBytes) =
+      std::make_tuple(pixels, 26.0, regions, regionCount,
+                      regionCount * KvxLong{sizeof(X_ROI)});
   ASSERT_EQ(CalibLoadDetector(h, &d, sizeof d), 0u);
 }
 
@@ -64,9 +62,8 @@ inline CalibrationRecord LinearNm(CalibHandle h) {
 inline CalibrationRecord OffsetFactor(CalibHandle h, double offset,
                                       double factor) {
   CalibrationRecord r = DefaultRecord(h);
-  r.inputUnit = CalibUnitOffsetFactor;
-  r.offset = offset;
-  r.factor = factor;
+  std::tie(r.inputUnit, r.offset, r.factor) =
+      std::make_tuple(CalibUnitOffsetFactor, offset, factor);
   return r;
 }
 
@@ -77,8 +74,7 @@ inline CalibrationRecord TableRecord(CalibHandle h, double* table,
   CalibrationRecord r = DefaultRecord(h);
   r.inputUnit = static_cast<KvxLong>(kTableFlag | CalibUnitNanometers);
   r.displayUnit = static_cast<KvxLong>(kTableFlag | display);
-  r.table = table;
-  r.tableLength = length;
+  std::tie(r.table, r.tableLength) = std::make_tuple(table, length);
   return r;
 }
 

@@ -1,48 +1,37 @@
-// Calibration records through the exports: initialisation, the list of
-// calibrations (add, select, remove, load, dump) and the tables a host
-// hands over.
-#include <gtest/gtest.h>
+// Calibration records through the exports: the list of calibrations (add,
+// select, remove, load, dump), the tables a host hands over, and copying one
+// calibration object into another.
 
+#include <cstring>
 #include <memory>
-#include <utility>
 #include <vector>
 
-#include "KelvoCalibrate.h"
 #include "calibration/calibration_fixtures.h"
 
 namespace {
 
 using namespace calibration_fixtures;
 
-// --- removal ---
-
 // Three calibrations; removing the first or the second reports 11023 and
 // still removes it; removing the last reports 0; an unknown ID (3) reports
 // 0 and removes nothing.
-class RemovalResults
-    : public ::testing::TestWithParam<std::pair<int, NqeErrorCode>> {};
-
-TEST_P(RemovalResults, RemovalReportsNotFoundUnlessTheNodeWasTheLast) {
-  Handle h;
-  LoadDetector(h, 100);
-  const KvxULong ids[3] = {ActiveId(h), Add(h, LinearNm(h)),
-                           Add(h, LinearNm(h))};
-  const int removed = GetParam().first;
-  const KvxULong id = removed < 3 ? ids[removed] : ids[0] ^ ids[1] ^ ids[2];
-  EXPECT_EQ(CalibRemoveCalibrationID(h, id), Code(GetParam().second));
-  for (int i = 0; i < 3; ++i) {
-    EXPECT_EQ(CalibSetActiveCalibrationID(h, ids[i]),
-              i == removed ? Code(NqeCalibrationNotFound) : 0u)
-        << i;
+TEST(CalibrationRemovalCodes, NotFoundUnlessTheNodeWasTheLast) {
+  const NqeErrorCode codes[4] = {NqeCalibrationNotFound, NqeCalibrationNotFound,
+                                 NqeSuccess, NqeSuccess};
+  for (int removed = 0; removed < 4; ++removed) {
+    Handle h;
+    LoadDetector(h, 100);
+    const KvxULong ids[3] = {ActiveId(h), Add(h, LinearNm(h)),
+                             Add(h, LinearNm(h))};
+    const KvxULong id = removed < 3 ? ids[removed] : ids[0] ^ ids[1] ^ ids[2];
+    EXPECT_EQ(CalibRemoveCalibrationID(h, id), Code(codes[removed]));
+    for (int i = 0; i < 3; ++i) {
+      EXPECT_EQ(CalibSetActiveCalibrationID(h, ids[i]),
+                i == removed ? Code(NqeCalibrationNotFound) : 0u)
+          << removed << " " << i;
+    }
   }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Calibration, RemovalResults,
-    ::testing::Values(std::make_pair(0, NqeCalibrationNotFound),
-                      std::make_pair(1, NqeCalibrationNotFound),
-                      std::make_pair(2, NqeSuccess),
-                      std::make_pair(3, NqeSuccess)));
 
 using CalibrationRemoval = OnDetector;
 
@@ -99,8 +88,6 @@ TEST_F(CalibrationRemoval, RemovingTheActiveCalibrationKeepsItsRecordInUse) {
   EXPECT_NEAR(ValueAt(h, 2.5), 701.5, 1e-9);
 }
 
-// --- tables handed over by the host ---
-
 // Decision: load and add keep a copy of the host's table; the host may
 // change or release its array afterwards, and a dumped table pointer (the
 // store's copy) stays readable across later loads.
@@ -127,6 +114,23 @@ TEST(CalibrationTables, LoadAndAddKeepACopyOfTheHostsTable) {
   for (int i = 0; i < 4; ++i) EXPECT_EQ(dumped.table[i], 10.0 * (i + 1));
   ASSERT_EQ(CalibSetActiveCalibrationID(h, id), 0u);
   EXPECT_EQ(ValueAt(h, 1.5), 3.5);
+}
+
+TEST(CalibObjectCopy, TargetGetsOneCalibrationWithTheSourcesContentsAndANewId) {
+  Handle source, target;
+  LoadDetector(source, 100);
+  Load(source, LinearNm(source));  // 498 + 2 p nm
+  Add(source, LinearNm(source));
+  LoadDetector(target, 64);
+  const KvxULong oldTarget = ActiveId(target);
+  ASSERT_EQ(CalibCopyCalibObject(target, source), 0u);
+  EXPECT_NE(ActiveId(target), ActiveId(source));
+  EXPECT_EQ(CalibSetActiveCalibrationID(target, oldTarget), 11023u);
+  CalibrationRecord a{}, b{};
+  ASSERT_EQ(CalibDumpCalibration(source, &a, sizeof a), 0u);
+  ASSERT_EQ(CalibDumpCalibration(target, &b, sizeof b), 0u);
+  EXPECT_EQ(std::memcmp(&a, &b, sizeof a), 0);
+  EXPECT_EQ(ValueAt(target, 2.5), 503.0);
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 // worked by hand from the block layout: a region (start 11, width 100,
 // divisor 50) loads as startPixel 10, binning 100 / 50 = 2, 50 groups, and
 // the detector then has 11 + 100 = 111 pixels; 5852.49 A = 585.249 nm.
-#include <gtest/gtest.h>
 
 #include <array>
 #include <climits>
@@ -11,10 +10,11 @@
 #include <tuple>
 #include <vector>
 
-#include "KelvoCalibrate.h"
-#include "support/test_handle.h"
+#include "calibration/calibration_fixtures.h"
 
 namespace {
+
+using namespace calibration_fixtures;
 
 void Put(auto& b, int at, auto v) { std::memcpy(b.bytes + at, &v, sizeof v); }
 template <class T>
@@ -46,14 +46,8 @@ class Spe : public ::testing::Test {
  protected:
   void SetUp() override {
     X_ROI regions[2] = {{1, 101, 200, 2}, {2, 601, 300, 3}};
-    DetectorRecord d{};
-    std::tie(d.numPixels, d.regions, d.regionCount, d.regionBytes) =
-        std::make_tuple(1024, regions, 2, sizeof regions);
-    ASSERT_EQ(CalibLoadDetector(h, &d, sizeof d), 0u);
-    CalibrationRecord r = Active(h);
-    std::tie(r.inputUnit, r.offset, r.factor) =
-        std::make_tuple(CalibUnitOffsetFactor, 400.0, 0.5);
-    ASSERT_EQ(CalibLoadCalibration(h, &r, sizeof r), 0u);
+    LoadDetector(h, 1024, regions, 2);
+    Load(h, OffsetFactor(h, 400.0, 0.5));
     CalibDisableScanPattern(h);
     for (int i = 0; i < 1024; ++i) table.push_back(500.0 + i);
   }
@@ -67,7 +61,7 @@ class Spe : public ::testing::Test {
     *numPixels = d.numPixels;
     return regions;
   }
-  kvx_test::Handle h;
+  Handle h;
   std::vector<double> table;
 };
 
@@ -145,9 +139,8 @@ TEST_F(Spe, DumpWritesAngstromsInNanometresAndOrderOne) {
   EXPECT_DOUBLE_EQ(Get<double>(b, KVX_SPE_POINT_VALUE), 585.249);
   EXPECT_DOUBLE_EQ(Get<double>(b, KVX_SPE_POINT_VALUE + 8), 640.225);
   EXPECT_EQ(Get<double>(b, KVX_SPE_POINT_VALUE + 16), 7000.0);
-  for (int at : {KVX_SPE_INPUT_UNIT, KVX_SPE_DISPLAY_UNIT, KVX_SPE_POLY_UNIT}) {
+  for (int at : {KVX_SPE_INPUT_UNIT, KVX_SPE_DISPLAY_UNIT, KVX_SPE_POLY_UNIT})
     EXPECT_EQ(Get<KvxLong>(b, at), 4) << at;
-  }
   EXPECT_EQ(Get<signed char>(b, KVX_SPE_POLY_ORDER), 1);
   EXPECT_EQ(Get<KvxLong>(b, KVX_SPE_ENABLED_CODE), 3);
   EXPECT_EQ(b.bytes[20] | b.bytes[61] | b.bytes[503], 0);  // unlisted bytes

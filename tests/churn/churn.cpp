@@ -10,6 +10,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
+#include <tuple>
 #include <vector>
 
 #include "KelvoCalibrate.h"
@@ -48,11 +49,8 @@ void Manual() {
   X_ROI regions[2] = {{1, 1, 100, 2}, {2, 121, 100, 4}}, extra{3, 231, 20, 1},
         back[3];
   DetectorRecord d{};
-  d.numPixels = kPixels;
-  d.pixelSize = 26.0;
-  d.regions = regions;
-  d.regionCount = 2;
-  d.regionBytes = sizeof regions;
+  std::tie(d.numPixels, d.pixelSize, d.regions, d.regionCount, d.regionBytes) =
+      std::make_tuple(kPixels, 26.0, regions, 2, KvxLong{sizeof regions});
   OK(CalibCreate(CalibModeManual, &h));
   OK(CalibLoadDetector(h, &d, sizeof d));
   OK(CalibAddX_ROI(h, &extra));
@@ -78,8 +76,7 @@ void Manual() {
   OK(CalibInitializeCalibration(h, &t, sizeof t));
   t.inputUnit = t.displayUnit =
       static_cast<KvxLong>(KVX_CALIB_TABLE_FLAG | CalibUnitNanometers);
-  t.table = table.data();
-  t.tableLength = kPixels;
+  std::tie(t.table, t.tableLength) = std::make_tuple(table.data(), kPixels);
   KvxULong id = 0;
   SpeCalibrationBlock block;
   OK(CalibAddCalibration(h, &t, sizeof t, &id));
@@ -89,9 +86,8 @@ void Manual() {
   OK(CalibLoadSPECalibration(h, &block, sizeof block));
   OK(KvxFreeSPECalibrationTable(&block, sizeof block));
   SpectrumData s{};
-  s.data = spectrum.data();
-  s.count = 256;
-  s.dataType = 5;
+  std::tie(s.data, s.count, s.dataType) =
+      std::make_tuple(spectrum.data(), 256, 5);
   char label[64];
   OK(CalibFindPeaks(h, &s, w, w + 8, 8, &n));
   OK(CalibSetDoubleParam(h, CalibParamLaserLine, 532.0));
@@ -107,14 +103,10 @@ void Manual() {
 void Automatic(bool optimise) {
   CalibHandle h = 0;
   DetectorRecord d{};
-  d.numPixels = kPixels;
-  d.pixelSize = 26.0;
+  std::tie(d.numPixels, d.pixelSize) = std::make_tuple(kPixels, 26.0);
   SpectrographRecord sg{};
-  sg.numTurrets = 1;
-  sg.numGratings = 2;
-  sg.focalLength = 300.0;
-  sg.inclusionAngle = 30.0;
-  sg.scaleFactor = 1.0;
+  std::tie(sg.numTurrets, sg.numGratings, sg.focalLength, sg.inclusionAngle,
+           sg.scaleFactor) = std::make_tuple(1, 2, 300.0, 30.0, 1.0);
   TurretRecord turret{};
   turret.numGratings = 2;
   GratingRecord gratings[2] = {};

@@ -3,16 +3,13 @@
 
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <cstring>
 #include <vector>
 
-#include "KelvoCalibrate.h"
 #include "support/test_handle.h"
 
 namespace kvx_detector_test {
 
-// A calibration object for the length of a test.
 using kvx_test::Handle;
 
 // A record pointing at the caller's regions (16 bytes each), if any.

@@ -1,6 +1,6 @@
 // Internals of the detector store that no export reaches: the 32-byte
-// region form, the data-point count, the center queries, the emptied store
-// and the narrow checks of ValidateActiveDetector.
+// region form, the emptied store and the narrow checks of
+// ValidateActiveDetector.
 #include "detector/detector_store.h"
 #include "detector/detector_fixtures.h"
 
@@ -9,17 +9,10 @@ namespace {
 
 using kvx_detector_test::Detector;
 
-class LoadedStore : public ::testing::Test {
- protected:
-  void SetUp() override {
-    const DetectorRecord d = Detector(100);
-    ASSERT_EQ(store.LoadDetector(&d, sizeof d), NqeSuccess);
-  }
-  void Add(RegionEntry r) { ASSERT_EQ(store.AddRegion32(&r), NqeSuccess); }
+TEST(DetectorStoreUnit, PatternLoadReadsThe32ByteFormAndItsDumpWritesNothing) {
   DetectorStore store;
-};
-
-TEST_F(LoadedStore, PatternLoadReadsThe32ByteFormAndItsDumpWritesNothing) {
+  const DetectorRecord d = Detector(100);
+  ASSERT_EQ(store.LoadDetector(&d, sizeof d), NqeSuccess);
   // link, id, start, binning, groups, reserved x3
   const int32_t words[2][8] = {{-1, 4, 3, 2, 5, 1, 2, 3},
                                {-1, 9, 20, 1, 4, 0, 0, 0}};

@@ -1,6 +1,5 @@
 // The glue exports as a host calls them: range and step set through the
 // double parameters 68 to 70, then glued all at once or block by block.
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
@@ -8,7 +7,6 @@
 #include <utility>
 #include <vector>
 
-#include "KelvoCalibrate.h"
 #include "support/test_handle.h"
 
 namespace {
@@ -50,14 +48,13 @@ class Glue : public ::testing::Test {
     out_.data = data_.data();
     out_.xValues = x_.data();
   }
-  KvxULong Inc(Block& b) { return CalibGlueIncInput(h_, &out_, &b.g); }
   // Initialises, then glues blocks one by one; the sum of the codes.
   KvxULong Start(const std::vector<XV>& blocks) {
     KvxULong sum = CalibInitIncStepAndGlue(h_, &out_, 1);
     Supply(1, 0.0);
     for (const XV& xv : blocks) {
       Block b(xv);
-      sum += Inc(b);
+      sum += CalibGlueIncInput(h_, &out_, &b.g);
     }
     return sum;
   }

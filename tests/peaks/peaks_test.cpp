@@ -6,17 +6,16 @@
 //   curvature heights 5, 1, 3 (a lone spike at k: position k + 1 by hand)
 //   spike 1.0 at 20 and x at 0, 60, 99 -> x = NaN: 2 peaks, inf: 1
 //   spike 4.0 at the last sample -> no peak (no valley closes it)
-#include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstring>
 #include <tuple>
 #include <vector>
 
-#include "KelvoCalibrate.h"
-#include "support/test_handle.h"
+#include "calibration/calibration_fixtures.h"
 
 namespace {
+
+using namespace calibration_fixtures;
 
 std::vector<double> Spikes(std::vector<std::pair<int, double>> at,
                            size_t n = 100, double base = 0.0) {
@@ -24,29 +23,20 @@ std::vector<double> Spikes(std::vector<std::pair<int, double>> at,
   for (auto [k, v] : at) d[k] = v;
   return d;
 }
-SpectrumData Spectrum(void* data, KvxLong n, KvxLong type = 5) {
-  SpectrumData s{};
-  std::tie(s.data, s.count, s.dataType) = std::tie(data, n, type);
-  return s;
-}
 
 class Peaks : public ::testing::Test {
  protected:
   void SetUp() override {  // value = 400 + 0.5 * data point
-    DetectorRecord d{};
-    d.numPixels = 100;
-    ASSERT_EQ(CalibLoadDetector(h, &d, sizeof d), 0u);
-    CalibrationRecord r{};
-    CalibInitializeCalibration(h, &r, sizeof r);
-    std::tie(r.inputUnit, r.offset, r.factor) =
-        std::make_tuple(CalibUnitOffsetFactor, 400.0, 0.5);
-    ASSERT_EQ(CalibLoadCalibration(h, &r, sizeof r), 0u);
+    LoadDetector(h, 100);
+    Load(h, OffsetFactor(h, 400, 0.5));
   }
   // Runs both searches; *near stays -7 unless written.
   KvxLong Find(std::vector<double>& d, std::vector<double>* pos,
                double start = 0, KvxULong* code = nullptr,
                double* near = nullptr) {
-    SpectrumData s = Spectrum(d.data(), static_cast<KvxLong>(d.size()));
+    SpectrumData s{};
+    std::tie(s.data, s.count, s.dataType) =
+        std::make_tuple(d.data(), static_cast<KvxLong>(d.size()), 5);
     std::vector<double> val(pos->size(), -7.0);
     KvxLong count = -1;
     EXPECT_EQ(CalibFindPeaks(h, &s, pos->data(), val.data(),
@@ -59,7 +49,7 @@ class Peaks : public ::testing::Test {
     if (code != nullptr) *code = CalibFindNearestPeak(h, &s, start, near);
     return count;
   }
-  kvx_test::Handle h;
+  Handle h;
 };
 
 // Ties keep the earlier peak; unfilled slots hold data point 0.0.

@@ -1,8 +1,9 @@
 // The grating equation, center wavelength, stepping, model calibration and
-// target slots. Expected values: /usr/bin/python3, math.asin/atan/sin/cos,
-// half degree 0.008726646258333333, degree 0.017453292516666667, quarter
-// turn 1.5707963265; m 1, G 1200, psi 30, f 300, K 1, w 26, center 500; the
-// outputs stand beside their inputs below:
+// target slots; hardware state that no export reads back (counts, grating
+// positions, defaults). Expected values: /usr/bin/python3,
+// math.asin/atan/sin/cos, half degree 0.008726646258333333, degree
+// 0.017453292516666667, quarter turn 1.5707963265; m 1, G 1200, psi 30, f 300,
+// K 1, w 26, center 500; the outputs stand beside their inputs below:
 //   asin(1200 * 500e-6 / (2 cos(15)))  [15 radians] -> -0.40595791759535255
 //   |lambda(+0.5) - lambda(-0.5)| -> 0.06050578972292442
 //   pixel 700 -> 511.2832735397793 nm = 19558.629271727918 cm-1
@@ -13,22 +14,48 @@
 //     A = 598 - span q: q 1 -> 541.0202067969155 (1 step),
 //     1.000001 -> 541.0201498171224 (1), 1.00002 -> 541.0190672010515 (2)
 //   400..600, overlap 5 (center 605): 4 centers
-#include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
+#include <utility>
 #include <vector>
 
+#include "api/calib_object.h"
 #include "spectrograph/center_stepping.h"
 #include "spectrograph/grating_equation.h"
-#include "spectrograph/model_fixture.h"
+#include "spectrograph/hardware_fixtures.h"
 #include "spectrograph/target_slots.h"
 
 namespace kvx_test {
 namespace {
 
 using namespace kvx;
-using Grating = ExampleModel;
+namespace hw = kvx_hardware_test;
+
+// Agreement to twelve significant digits.
+void ExpectDigits(double actual, double expected) {
+  EXPECT_NEAR(actual, expected, std::fabs(expected) * 1e-12);
+}
+
+// An automatic object whose working optics are the example instrument of
+// hardware_fixtures.h, set directly (center pixel 512.5).
+class Grating : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    ASSERT_TRUE(object.SetupForMode(true));
+    DetectorRecord d = kvx_detector_test::Detector(1024, nullptr, 26.0);
+    ASSERT_EQ(object.Detectors().LoadDetector(&d, sizeof d), NqeSuccess);
+    SpectrographModel& m = *object.Model();
+    m.optics.grooveDensity = 1200.0;
+    m.optics.inclusionAngle = 30.0;
+    m.optics.focalLength = 300.0;
+    m.geometry.pixelWidth = 26.0;
+    m.geometry.centerPixel = 512.5;
+  }
+  SpectrographModel& model() { return *object.Model(); }
+  CalibObject object;
+};
+using Automatic = Grating;
 constexpr NqeErrorCode ok = NqeSuccess;
 const double nan = std::numeric_limits<double>::quiet_NaN();
 
@@ -154,6 +181,51 @@ TEST_F(Grating, UnreachableAndDegenerateSettings) {
   EXPECT_EQ(object.CalcDataPointCalibArray(1024, values.data()),
             NqeWavelengthUnreachable);
   EXPECT_EQ(values.back(), -7.0);
+}
+
+// Kept: counts that a load sets although the list does not follow.
+TEST_F(Automatic, CountsOutliveTheirLists) {
+  SpectrographModel* m = &model();
+  EXPECT_EQ(m->ActiveGrating()->grooveDensity, -1.0);  // a new model's
+  ASSERT_EQ(m->SelectSpectrographByIndex(1), NqeSuccess);
+  EXPECT_EQ(m->ActiveTurret(), nullptr);  // unlike selection by ID
+  TurretRecord t[2] = {hw::Turret(1, 2), hw::Turret(2, 0)};
+  ASSERT_EQ(m->LoadTurrets(t, sizeof t, 2), NqeNoGratings);
+  EXPECT_EQ(m->ActiveSpectrograph()->numTurrets, 2);
+  EXPECT_EQ(m->ActiveSpectrograph()->turrets.size(), 1u);  // the old one
+  SpectrographRecord r = hw::Spectrograph(7);
+  uint32_t id = 0;
+  ASSERT_EQ(m->AddSpectrograph(&r, sizeof r, &id), NqeSuccess);
+  ASSERT_EQ(m->LoadSpectrograph(&r, sizeof r), NqeSuccess);  // the first
+  EXPECT_EQ(m->Spectrographs().size(), 1u);  // the second was dropped
+  EXPECT_EQ(m->NumSpectrographs(), 2);
+  EXPECT_EQ(m->SelectSpectrographByIndex(2), NqeBadNumber);
+}
+
+// Kept: gratings 1..3 get side-exit copies 4..6; every non-zero position is
+// the side exit, yet only position 1 picks the copies.
+TEST_F(Automatic, OnlyMirrorPositionOnePicksTheSideExitGratings) {
+  SpectrographModel* m = &model();
+  const uint32_t mainDetector = object.Detectors().ActiveEntry()->detectorId;
+  const uint32_t mainCalibration = object.Calibrations().ActiveNode()->id;
+  ASSERT_EQ(m->AddExitMirror(), NqeSuccess);
+  EXPECT_EQ(m->ActiveTurret()->gratings.back().position, 2);  // a copy
+  const Spectrograph& s = *m->ActiveSpectrograph();
+  TurretRecord t = hw::Turret(1, 3);
+  GratingRecord g[3] = {hw::Grating(1), hw::Grating(2), hw::Grating(3)};
+  ASSERT_EQ(m->LoadTurrets(&t, sizeof t, 1), NqeSuccess);
+  ASSERT_EQ(m->LoadGratings(g, sizeof g, 3), NqeSuccess);
+  EXPECT_EQ(m->ActiveTurret()->gratings.size(), 6u);
+  const std::pair<int32_t, int32_t> cases[] = {{1, 5}, {2, 2}, {-1, 2}, {0, 2}};
+  for (const auto& [position, expected] : cases) {
+    ASSERT_EQ(m->SetExitMirrorPosition(position), NqeSuccess);
+    (void)m->SelectGrating(2);  // 11002 at the blank side-exit detector
+    EXPECT_EQ(m->ActiveGrating()->position, expected) << position;
+    EXPECT_EQ(object.Detectors().ActiveEntry()->detectorId,
+              position == 0 ? mainDetector : s.sideExitDetectorId);
+    EXPECT_EQ(object.Calibrations().ActiveNode()->id,
+              position == 0 ? mainCalibration : s.sideExitCalibrationId);
+  }
 }
 
 }  // namespace

@@ -6,14 +6,14 @@
 
 namespace kvx_hardware_test {
 
-inline SpectrographRecord Spectrograph(KvxLong id, KvxLong turrets = 1) {
-  return {id, turrets, 1, {}, {}, 300.0, 30.0, 0.0, 1.0};
+inline SpectrographRecord Spectrograph(KvxLong id) {
+  return {id, 1, 1, {}, {}, 300.0, 30.0, 0.0, 1.0};
 }
 inline TurretRecord Turret(KvxLong id, KvxLong gratings) {
   return {0, id, {}, gratings};
 }
-inline GratingRecord Grating(KvxLong id, double grooves = 1200.0) {
-  return {0, id, {}, grooves, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0};
+inline GratingRecord Grating(KvxLong id) {
+  return {0, id, {}, 1200.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0, 0.0};
 }
 
 struct AutoHandle : kvx_test::Handle {

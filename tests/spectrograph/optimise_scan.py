@@ -1,5 +1,5 @@
 #!/usr/bin/python3
-# Independent model of the dispersion optimisation for optimise_test.cpp from
+# Independent model of the dispersion optimisation for hardware_test.cpp from
 # the description of the algorithms: grating equation, target proposal,
 # objective, the three nested scans, pixel error. Example instrument, no
 # regions; lines 546.07 and 435.83 nm.

@@ -1,18 +1,19 @@
-// Polynomial fit (normal equations, Gauss-Jordan without pivoting) and its
-// Horner evaluation.
+// Calibration internals the exports cannot reach: the polynomial fit
+// (normal equations, Gauss-Jordan without pivoting) and the calibration
+// store's starting state and refusals.
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <bit>
-#include <climits>
 #include <cmath>
 #include <cstdint>
-#include <initializer_list>
+#include <cstring>
 #include <ostream>
 #include <string>
 #include <vector>
 
+#include "calibration/calibration_store.h"
 #include "calibration/polynomial_fit.h"
+#include "detector/detector_store.h"
 
 namespace kvx {
 namespace {
@@ -20,26 +21,20 @@ namespace {
 constexpr double kUntouched = 99.0;
 
 struct Coefficients {
-  double c[6] = {kUntouched, kUntouched, kUntouched,
-                 kUntouched, kUntouched, kUntouched};
-};
-
-struct BadArguments {
-  int32_t n, order;
-  NqeErrorCode expected;
+  double c[6] = {99, 99, 99, 99, 99, 99};  // kUntouched
 };
 
 // The order is checked before the number of points.
 TEST(FitPolynomial, BadOrderOrTooFewPointsAreRefusedWithoutWriting) {
   const double x[8] = {1, 2, 3, 4, 5, 6, 7, 8};
   // clang-format off
-  const BadArguments cases[] = {
+  const struct { int32_t n, order; NqeErrorCode expected; } cases[] = {
       {8, 0, NqeBadPolyOrder}, {0, 0, NqeBadPolyOrder}, {8, 6, NqeBadPolyOrder},
       {8, INT32_MIN, NqeBadPolyOrder}, {8, INT32_MAX, NqeBadPolyOrder},
       {1, 1, NqeTooFewCalibrationPoints}, {-5, 1, NqeTooFewCalibrationPoints},
       {3, 3, NqeTooFewCalibrationPoints}, {5, 5, NqeTooFewCalibrationPoints}};
   // clang-format on
-  for (const BadArguments& c : cases) {
+  for (const auto& c : cases) {
     SCOPED_TRACE(::testing::Message() << "n=" << c.n << " order=" << c.order);
     Coefficients out;
     EXPECT_EQ(FitPolynomial(x, x, c.n, c.order, out.c), c.expected);
@@ -81,9 +76,8 @@ TEST_P(Fits, MatchTheIndependentSolution) {
         << "c" << i << " = " << out.c[i] << ", expected " << c.expected[i];
   }
   if (c.relativeTolerance == 0.0) {
-    for (size_t i = c.expected.size(); i < 6; ++i) {
+    for (size_t i = c.expected.size(); i < 6; ++i)
       EXPECT_EQ(out.c[i], kUntouched) << i;
-    }
   }
 }
 
@@ -124,6 +118,59 @@ INSTANTIATE_TEST_SUITE_P(ZeroPivotStopsTheEliminationAndStillSucceeds, Fits, ::t
             {2.0, 6.0, 0.0}, 0.0}),
     [](const auto& info) { return std::string(info.param.name); });
 // clang-format on
+
+class StoreTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    DetectorRecord d{};
+    d.numPixels = 100;
+    ASSERT_EQ(detectors.LoadDetector(&d, sizeof d), NqeSuccess);
+    store.SetDetectors(&detectors);
+  }
+
+  // 498 + 2 p nm.
+  static CalibrationRecord Linear() {
+    CalibrationRecord r;
+    CalibrationStore::DefaultRecord(&r);
+    r.polyOrder = 1;
+    for (int i = 0; i < 3; ++i) {
+      r.pointPosition[i] = i + 1.0;
+      r.pointValue[i] = 500.0 + 2.0 * i;
+    }
+    return r;
+  }
+
+  DetectorStore detectors;
+  CalibrationStore store;
+};
+
+// Decision: the cursors the constructor leaves open start at 0.
+TEST_F(StoreTest, StartsWithOneActiveDefaultCalibration) {
+  EXPECT_EQ(store.Count(), 1);
+  ASSERT_NE(store.ActiveNode(), nullptr);
+  EXPECT_EQ(store.ActiveNode()->initialNode, 1);
+  EXPECT_NE(store.ActiveNode()->id, 0u);
+  EXPECT_EQ(store.ActiveRecord(), store.ActiveNode()->record.get());
+  CalibrationRecord fresh;
+  CalibrationStore::DefaultRecord(&fresh);
+  EXPECT_EQ(std::memcmp(store.ActiveRecord(), &fresh, sizeof fresh), 0);
+  EXPECT_EQ(store.pointCursor, -1);
+  EXPECT_EQ(store.coefficientCursor, 0);
+  EXPECT_EQ(store.peakThresholdPercent, 2.0);
+}
+
+// Decision: null outputs of the internal operations are refused with 11000.
+TEST_F(StoreTest, NullOutputsAreRefused) {
+  EXPECT_EQ(store.PixelToCalibValue(1.0, nullptr, false), NqeNullPointer);
+  EXPECT_EQ(store.CalibValueToPixel(1.0, nullptr), NqeNullPointer);
+  EXPECT_EQ(store.DataPointToCalibValue(1.0, nullptr, false), NqeNullPointer);
+  EXPECT_EQ(store.CalibValueToDataPoint(1.0, nullptr), NqeNullPointer);
+  EXPECT_EQ(store.TestCalibrationFit(nullptr), NqeNullPointer);
+  EXPECT_EQ(store.GetActiveCalibrationId(nullptr), NqeNullPointer);
+  CalibrationRecord r = Linear();
+  EXPECT_EQ(store.AddCalibration(&r, sizeof r, nullptr), NqeNullPointer);
+  EXPECT_EQ(store.Count(), 1);
+}
 
 }  // namespace
 }  // namespace kvx

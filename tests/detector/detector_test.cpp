@@ -1,5 +1,6 @@
-// Detector records through the exports: initialize, validate, load, dump,
-// add, remove and the active detector.
+// Detectors through the exports: records (initialize, validate, load, dump,
+// add, remove, the active detector), the X scan pattern (adding, removing,
+// retrieving, loading, dumping and checking regions) and data points.
 #include "detector/detector_fixtures.h"
 
 namespace kvx_detector_test {
@@ -76,24 +77,20 @@ TEST(DetectorRecord,
   EXPECT_EQ(std::memcmp(&none, &before, sizeof none), 0);
 }
 
-TEST(DetectorRecord,
-     LoadThatFailsWhileAddingRegionsLeavesABlankEntryWithIdZero) {
+// A load that fails while adding regions leaves the entry blank with ID 0;
+// a failed add still reports the new ID of its blank entry.
+TEST(DetectorRecord, FailedLoadOrAddLeavesABlankEntry) {
   Handle h;
   const KvxULong id = ActiveId(h);
   std::vector<X_ROI> regions = {{1, 0, 4, 2}};  // passes the array check
-  DetectorRecord d = Detector(100, &regions);
+  DetectorRecord d = Detector(100, &regions), empty = Detector(0);
   EXPECT_EQ(CalibLoadDetector(h, &d, sizeof d), 11006u);
   EXPECT_EQ(ActiveId(h), 0u);
   EXPECT_EQ(RegionCount(h), -1);  // not loaded
   EXPECT_EQ(CalibSetActiveDetectorID(h, id), 11012u);
-}
-
-TEST(DetectorRecord, FailedAddStillReportsTheNewIdAndLeavesABlankEntry) {
-  Handle h;
-  DetectorRecord d = Detector(0);
-  KvxULong id = 0;
-  EXPECT_EQ(CalibAddDetector(h, &d, sizeof d, &id), 11002u);
-  ASSERT_EQ(CalibSetActiveDetectorID(h, id), 0u);
+  KvxULong added = 0;
+  EXPECT_EQ(CalibAddDetector(h, &empty, sizeof empty, &added), 11002u);
+  ASSERT_EQ(CalibSetActiveDetectorID(h, added), 0u);
   EXPECT_EQ(RegionCount(h), -1);  // not loaded
 }
 
@@ -150,6 +147,72 @@ TEST(DetectorRecord,
   EXPECT_EQ(newId, 0u);
   ASSERT_EQ(CalibLoadDetector(h, &d, sizeof d), 0u);
   EXPECT_EQ(CalibDumpDetector(h, &d, 0), 11017u);
+}
+
+// The region counter is visible only through the dump's count check.
+bool CounterIs(CalibHandle h, KvxLong n) {
+  X_ROI sink[4] = {};
+  return CalibDumpXScanPattern(h, sink, n) == NqeSuccess;
+}
+
+TEST(ScanPattern, WidthNotAMultipleOfBinningIsRefusedByValidateButAdded) {
+  Handle h;
+  X_ROI r = {1, 1, 10, 3};
+  EXPECT_EQ(CalibValidateXScanPattern(h, &r, 16, 1, 100), NqeBadRegionShape);
+  LoadWithRegions(h, 100, {r});
+  ASSERT_EQ(CalibRetrieveX_ROI(h, 1, &r, sizeof r), NqeSuccess);
+  EXPECT_EQ(r.width, 9);  // 10 / 3 = 3 groups of 3
+}
+
+// Regions A (1..10), B (21..30), C (41..50), added in the order C, A, B.
+class ThreeRegions : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    LoadWithRegions(h, 100, {{3, 41, 10, 1}, {1, 1, 10, 2}, {2, 21, 10, 5}});
+  }
+  Handle h;
+};
+
+TEST_F(ThreeRegions, RemovingARegionDropsTheRegionsAheadOfIt) {
+  EXPECT_EQ(CalibRemoveX_ROI(h, 2), NqeSuccess);
+  EXPECT_EQ(RegionCount(h), 1);  // A went with B, C is left
+  X_ROI r{};
+  EXPECT_EQ(CalibRetrieveX_ROI(h, 3, &r, sizeof r), NqeSuccess);
+  EXPECT_TRUE(CounterIs(h, 2));  // lowered once, for B only
+  // An unknown ID empties the pattern and leaves the counter.
+  EXPECT_EQ(CalibRemoveX_ROI(h, 99), NqeRegionNotFound);
+  EXPECT_EQ(RegionCount(h), 0);
+  EXPECT_TRUE(CounterIs(h, 2));
+  EXPECT_EQ(CalibRemoveX_ROI(h, 3), NqeRegionNotFound);
+}
+
+TEST_F(ThreeRegions, RegionCounterIsZeroAfterEveryPatternLoad) {
+  X_ROI bad[] = {{5, 3, 4, 2}, {6, 0, 4, 2}};  // second starts at 0
+  EXPECT_EQ(CalibLoadXScanPattern(h, bad, 2), NqeRegionOutOfRange);
+  EXPECT_EQ(RegionCount(h), 3);  // the old regions are back
+  EXPECT_TRUE(CounterIs(h, 0));
+  EXPECT_EQ(CalibLoadXScanPattern(h, nullptr, 1), NqeNullPointer);
+
+  X_ROI two[] = {{5, 3, 4, 2}, {6, 60, 9, 3}};
+  ASSERT_EQ(CalibLoadXScanPattern(h, two, 2), NqeSuccess);
+  EXPECT_EQ(RegionCount(h), 2);
+  EXPECT_FALSE(CounterIs(h, 2));
+  X_ROI out = {-1, -1, -1, -1};
+  EXPECT_EQ(CalibDumpXScanPattern(h, &out, 0), NqeSuccess);
+  EXPECT_EQ(out.id, -1);  // count 0 writes nothing
+}
+
+TEST(DataPointMapping,
+     PastTheLastRegionThePixelIsComparedWithTheDataPointCount) {
+  // Width -100 with binning -1 gives 100 data points to a region whose last
+  // pixel (2 - 100 - 1 = -99) lies before its start.
+  Handle h;
+  LoadWithRegions(h, 100, {{1, 2, -100, -1}});
+  double point = 0.0;
+  EXPECT_EQ(CalibPixelToDataPoint(h, 50.0, &point), NqeSuccess);
+  EXPECT_EQ(point, 100.0);
+  EXPECT_EQ(CalibPixelToDataPoint(h, 100.5, &point), NqePixelOutsideRegions);
+  EXPECT_EQ(point, 100.0);
 }
 
 }  // namespace

@@ -1,33 +1,121 @@
-// Conversions through the active calibration, through the exports: pixels
-// and data points to calibrated values and back, table lookups, the
-// whole-array conversions and the fit tests.
-#include <gtest/gtest.h>
-
-#include <cstdint>
+// Calibration records validated through the exports, and conversions through
+// the active calibration: pixels and data points to values and back, table
+// lookups, whole arrays and fit tests.
 #include <vector>
 
-#include "KelvoCalibrate.h"
 #include "calibration/calibration_fixtures.h"
 
 namespace {
 
 using namespace calibration_fixtures;
 
-// --- the inverse: clamping, degenerate detectors, termination ---
+using CalibrationValidation = OnDetector;
+using R = CalibrationRecord;
+void ClearPoints(R& r) {
+  for (int i = 0; i < 3; ++i) r.pointPosition[i] = r.pointValue[i] = -1.0;
+}
+constexpr KvxLong kTableNm = static_cast<KvxLong>(kTableFlag | 4u);
+double table99[99];
+
+// Each case starts from LinearNm (three points, order 1) on 100 pixels.
+TEST_F(CalibrationValidation, ReportsTheFirstFailureAndRecordsItInValid) {
+  // clang-format off
+  const struct { const char* name; void (*prepare)(R&); NqeErrorCode expected; } cases[] = {
+      {"no points in use", [](R& r) { ClearPoints(r); r.polyOrder = 2; }, NqeNoCalibrationPoints},
+      {"order six", [](R& r) { r.polyOrder = 6; }, NqeBadPolyOrder},
+      {"three points, order three", [](R& r) { r.polyOrder = 3; }, NqeTooFewCalibrationPoints},
+      {"position past the last data point", [](R& r) { r.pointPosition[2] = 100.5; }, NqePointOutOfRange},
+      {"relative wavenumbers without laser line", [](R& r) { r.inputUnit = 6; }, NqeNoLaserLine},
+      {"zero factor", [](R& r) { r.inputUnit = 2; r.factor = 0.0; }, NqeZeroFactor},
+      {"table without table", [](R& r) { r.inputUnit = kTableNm; }, NqeNoTable},
+      {"table length differs from the data points",
+       [](R& r) { r.inputUnit = kTableNm; r.table = table99; r.tableLength = 99; }, NqeTableLengthMismatch},
+      {"flat fit is not monotonic", [](R& r) { r.pointValue[1] = r.pointValue[2] = 500.0; }, NqeNotMonotonic}};
+  // clang-format on
+  for (const auto& c : cases) {
+    CalibrationRecord r = LinearNm(h);
+    r.valid = 7;  // shows whether validation wrote the flag
+    c.prepare(r);
+    EXPECT_EQ(CalibValidateCalibration(h, &r, 0), Code(c.expected)) << c.name;
+    EXPECT_EQ(r.valid, 0) << c.name;
+  }
+}
+
+TEST_F(CalibrationValidation, UnitsOneAndTwoSetTheLineWithoutPoints) {
+  CalibrationRecord fixed = DefaultRecord(h);
+  fixed.inputUnit = CalibUnitFixedPolynomial;  // 1 + p
+  fixed.polyOrder = 4;
+  ASSERT_EQ(CalibValidateCalibration(h, &fixed, 0), 0u);
+  CalibrationRecord line = OffsetFactor(h, 400.0, 0.25);
+  ASSERT_EQ(CalibValidateCalibration(h, &line, 0), 0u);
+  const CalibrationRecord* records[] = {&fixed, &line};
+  const double expected[][2] = {{1.0, 1.0}, {400.0, 0.25}};
+  for (int i = 0; i < 2; ++i) {
+    EXPECT_EQ(records[i]->polyOrder, 1);
+    EXPECT_EQ(records[i]->coefficients[0], expected[i][0]);
+    EXPECT_EQ(records[i]->coefficients[1], expected[i][1]);
+  }
+}
+
+class CalibrationMonotonic : public ::testing::Test {
+ protected:
+  void SetUp() override { LoadDetector(h, 4); }
+  KvxULong Validate(double (&table)[4]) {
+    CalibrationRecord r = TableRecord(h, table, 4);
+    r.valid = 0;
+    const KvxULong code = CalibValidateCalibration(h, &r, 0);
+    EXPECT_EQ(r.valid, 1);  // tables stay valid whatever the scan says
+    return code;
+  }
+  Handle h;
+};
+
+TEST_F(CalibrationMonotonic, IncreasingMayRepeatAValueDecreasingMayNot) {
+  double rising[] = {1.0, 2.0, 2.0, 3.0}, falling[] = {3.0, 2.0, 2.0, 1.0},
+         zigzag[] = {1.0, 3.0, 2.0, 4.0};
+  EXPECT_EQ(Validate(rising), 0u);
+  EXPECT_EQ(Validate(falling), Code(NqeNotMonotonic));
+  EXPECT_EQ(Validate(zigzag), Code(NqeNotMonotonic));
+}
+
+// Relative wavenumbers 100, 200, 300 at pixels 1, 2, 3, order 2, with the
+// record's own laser line at 532 nm. python3, nm = 1e7 / (1e7/L - v) and
+// the parabola through the three points with fractions, for L = 633:
+// [633.0010008839981, 4.005061381599091, 0.026352922543708246].
+TEST_F(CalibrationValidation,
+       ValidationUsesTheActiveRecordsLaserLineNotItsOwn) {
+  CalibrationRecord r =
+      PointRecord(h, 2, {{1.0, 100.0}, {2.0, 200.0}, {3.0, 300.0}},
+                  CalibUnitRelativeWavenumbers);
+  r.laserLine = 532.0;
+  // The active record is the default one: laser line 0.
+  EXPECT_EQ(CalibValidateCalibration(h, &r, 0), Code(NqeNoLaserLine));
+  EXPECT_EQ(r.valid, 0);
+
+  CalibrationRecord active = LinearNm(h);
+  active.laserLine = 633.0;
+  Load(h, active);
+  ASSERT_EQ(CalibValidateCalibration(h, &r, 0), 0u);
+  EXPECT_NEAR(r.coefficients[0], 633.0010008839981, 1e-9);
+  EXPECT_NEAR(r.coefficients[1], 4.005061381599091, 1e-9);
+  EXPECT_NEAR(r.coefficients[2], 0.026352922543708246, 1e-9);
+}
 
 using CalibrationInverse = OnDetector;
 
 // 498 + 2 p nm: 499 nm at pixel 0.5, 699 nm at 100.5. Clamping follows the
 // value, not the direction: in cm-1 (decreasing with the pixel) a value
-// above the largest (that of pixel 0.5) still gives N + 0.5.
+// above the largest (that of pixel 0.5) still gives N + 0.5. The values at
+// pixels 0.5 and N + 0.5 are paired with the whole indices 0 and N, so the
+// ends of the range come back as 0 and N.
 TEST_F(CalibrationInverse, ValuesOutsideTheRangeAreClampedToTheDetectorEdges) {
+  const KvxLong nm = CalibUnitNanometers, cm = CalibUnitWavenumbers;
   const struct {
     KvxLong unit;
     double value, pixel;
-  } cases[] = {{CalibUnitNanometers, 498.9, 0.5},
-               {CalibUnitNanometers, 699.1, 100.5},
-               {CalibUnitWavenumbers, 1e7 / 498.0, 100.5},
-               {CalibUnitWavenumbers, 1e7 / 700.0, 0.5}};
+  } cases[] = {{nm, 498.9, 0.5},         {nm, 699.1, 100.5},
+               {cm, 1e7 / 498.0, 100.5}, {cm, 1e7 / 700.0, 0.5},
+               {nm, 499.0, 0.0},         {nm, 699.0, 100.0}};
   for (const auto& c : cases) {
     CalibrationRecord r = LinearNm(h);
     r.displayUnit = c.unit;
@@ -37,19 +125,6 @@ TEST_F(CalibrationInverse, ValuesOutsideTheRangeAreClampedToTheDetectorEdges) {
     EXPECT_EQ(pixel, c.pixel) << c.value;
   }
 }
-
-// The values at pixels 0.5 and N + 0.5 are paired with the whole indices 0
-// and N, so the ends of the range come back as 0 and N.
-TEST_F(CalibrationInverse, RangeEndsPairWithTheWholeIndicesZeroAndN) {
-  Load(h, LinearNm(h));
-  double pixel = 0.0;
-  EXPECT_EQ(CalibCalibValueToPixel(h, 499.0, &pixel), NqeSuccess);
-  EXPECT_EQ(pixel, 0.0);
-  EXPECT_EQ(CalibCalibValueToPixel(h, 699.0, &pixel), NqeSuccess);
-  EXPECT_EQ(pixel, 100.0);
-}
-
-// --- table calibrations ---
 
 TEST(CalibrationTable, TableLookupRefusesPixelsBetweenRegions) {
   Handle h;
@@ -67,8 +142,6 @@ TEST(CalibrationTable, TableLookupRefusesPixelsBetweenRegions) {
   ASSERT_EQ(CalibPixelToCalibValue(h, 2.5, &value), NqeSuccess);
   EXPECT_EQ(value, 2.5);
 }
-
-// --- whole arrays ---
 
 using CalibrationArrays = OnDetector;
 
@@ -113,8 +186,6 @@ TEST_F(RegionConversions, DataPointsConvertThroughTheirPixels) {
             Code(NqePixelOutsideRegions));
   EXPECT_EQ(dataPoint, 0.0);
 }
-
-// --- fit tests ---
 
 using CalibrationPointFit = OnDetector;
 
