@@ -7,7 +7,7 @@
 #include "fit/grating_fit.h"
 #include "lineid/line_matching.h"
 #include "spectrograph/grating_equation.h"
-#include "spectrograph/model_fixture.h"
+#include "spectrograph/spectrograph_model.h"
 
 namespace kvx_test {
 namespace {
@@ -17,12 +17,19 @@ using namespace kvx;
 // Exact lines of the example instrument at a 500 nm center, the last one
 // measured 0.2 px off (within the rejection floor, and clipping is off):
 // weighted almost to nothing it cannot move the fit from the truth.
-TEST_F(ExampleModel, ALineWeighsInTheFitByItsWeight) {
+TEST(GratingFit, ALineWeighsInTheFitByItsWeight) {
+  SpectrographModel model;  // 1200 g/mm, 300 mm, 1024 pixels of 26 um
+  model.optics.grooveDensity = 1200.0;
+  model.optics.inclusionAngle = 30.0;
+  model.optics.focalLength = 300.0;
+  model.geometry.pixelWidth = 26.0;
+  model.geometry.centerPixel = 512.5;
+  model.geometry.numPixels = 1024;
   std::vector<FitLine> lines;
   for (double pixel : {100.0, 300.0, 500.0, 700.0, 900.0}) {
     double nm = 0.0;
     ASSERT_EQ(
-        WavelengthAtPixel(model(), 500.0, pixel - 512.5, 30.0, 0.0, 300.0, &nm),
+        WavelengthAtPixel(model, 500.0, pixel - 512.5, 30.0, 0.0, 300.0, &nm),
         NqeSuccess);
     lines.push_back({pixel, nm, 0, 1.0});
   }
@@ -32,15 +39,14 @@ TEST_F(ExampleModel, ALineWeighsInTheFitByItsWeight) {
   options.fixed = kFixInclusionAngle | kFixDetectorAngle;
   options.clipSigmas = 0.0;
   const double start[] = {500.2};
-  model().geometry.numPixels = 1024;
-  model().optics.focalLength = 303.0;
+  model.optics.focalLength = 303.0;
   GratingFitResult fit;
-  ASSERT_EQ(FitGratingModel(model(), lines, start, options, &fit), NqeSuccess);
+  ASSERT_EQ(FitGratingModel(model, lines, start, options, &fit), NqeSuccess);
   EXPECT_NEAR(fit.optics.focalLength, 300.0, 1e-4);
   EXPECT_NEAR(fit.centers[0], 500.0, 1e-6);
   for (double weight : {0.0, -1.0, std::nan("")}) {
     lines.back().weight = weight;
-    EXPECT_EQ(FitGratingModel(model(), lines, start, options, &fit),
+    EXPECT_EQ(FitGratingModel(model, lines, start, options, &fit),
               NqeBadNumber);
   }
 }
