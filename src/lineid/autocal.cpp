@@ -246,7 +246,10 @@ NqeErrorCode FitHolding(const SpectrographModel& model,
   GratingFitOptions options;
   options.fixed = FixedFor(lines.size(), spectra, fixed);
   options.clipSigmas = clipSigmas;
-  NqeErrorCode code = FitGratingModel(model, lines, centers, options, fit);
+  // The start centers may be the result's own, which the first fit
+  // replaces.
+  const std::vector<double> start(centers.begin(), centers.end());
+  NqeErrorCode code = FitGratingModel(model, lines, start, options, fit);
   const struct {
     uint32_t bit;
     double GratingOptics::*sigma;
@@ -257,7 +260,7 @@ NqeErrorCode FitHolding(const SpectrographModel& model,
     const double sigma = fit->sigma.*angle.sigma;
     if (sigma >= 0.0 && sigma <= kMaxAngleSigma) continue;
     options.fixed |= angle.bit;
-    code = FitGratingModel(model, lines, centers, options, fit);
+    code = FitGratingModel(model, lines, start, options, fit);
   }
   return code;
 }
