@@ -1526,7 +1526,7 @@ typedef struct KVX_ALIGN8 KvxAutocalOptions {
   double searchPixels;        /* 0: how far a spectrum may sit off, px (50) */
   double dispersionTolerance; /* 8: how far the dispersion may be off (0.05) */
   double blendPixels;         /* 16: lines closer are not told apart (2.5) */
-  double thresholdPercent;    /* 24: peak threshold, % of the largest (1.0) */
+  double thresholdPercent;    /* 24: peak threshold, % of the largest (0.5) */
   double matchPixels;         /* 32: a named line lies this close to the
                                  fitted model, px (0.5) */
   KvxLong minLines;           /* 40: fewer named lines: no calibration (5) */

@@ -38,6 +38,11 @@ constexpr double kStrongPeakShare = 3.0 / 8.0;
 // coincidence the fit absorbed, or a faint list line under an unknown one
 // that moved the peak.
 constexpr double kLeaveOneOutPixels = 0.7;
+// A line looked for where the fitted model puts it is taken when its peak
+// is this many noise deviations high and its width within this ratio of
+// the spectrum's typical width.
+constexpr double kFaintSignificance = 10.0;
+constexpr double kFaintWidthRatio = 0.7;
 // An angle known from the lines no better than this (degrees) is held.
 constexpr double kMaxAngleSigma = 0.25;
 
@@ -54,6 +59,8 @@ struct SpectrumWork {
   std::vector<Candidate> lines;    // usable lines, by nominal pixel
   std::vector<LineMatch> matches;
   PixelMap map;  // nominal offset -> measured pixel
+  const double* counts = nullptr;
+  int32_t count = 0;
 };
 
 bool OptionsValid(const AutocalOptions& o) {
@@ -200,6 +207,62 @@ NqeErrorCode MatchWithModel(const SpectrographModel& model,
     }
     w.matches = MatchNearest(w.peakPixels, predicted, tolerance);
     for (LineMatch& m : w.matches) m.line = index[m.line];
+  }
+  return NqeSuccess;
+}
+
+// The peak search's threshold is relative to the strongest peak, so
+// beside a very strong line it misses faint ones that stand well clear of
+// the noise; near the detector's ends, where lines are few, those pin the
+// axis. With the fitted model each usable line that no peak stands for is
+// looked for where the model puts it: a Gaussian fitted there, of the
+// spectrum's line width, kFaintSignificance noise deviations high and
+// within `tolerance` of the prediction, becomes a peak.
+NqeErrorCode FindFaintLines(const SpectrographModel& model,
+                            const GratingFitResult& fit,
+                            std::vector<SpectrumWork>& work, double tolerance,
+                            double lastPixel) {
+  for (size_t j = 0; j < work.size(); ++j) {
+    SpectrumWork& w = work[j];
+    SpectrumAxis axis;
+    const NqeErrorCode code = axis.Set(model, fit.optics, fit.centers[j]);
+    if (code != NqeSuccess) return code;
+    if (w.peaks.empty()) continue;
+    std::vector<double> widths;
+    for (const LinePeak& p : w.peaks) widths.push_back(p.width);
+    auto middle =
+        widths.begin() + static_cast<std::ptrdiff_t>(widths.size() / 2);
+    std::nth_element(widths.begin(), middle, widths.end());
+    const double width = *middle;
+    const double noise = NoiseLevel(w.counts, w.count);
+    for (const Candidate& c : w.lines) {
+      const double pixel = axis.Pixel(c.line->wavelength);
+      if (!(pixel > 0.5 + kEdgePixels && pixel < lastPixel - kEdgePixels)) {
+        continue;
+      }
+      const auto next =
+          std::lower_bound(w.peakPixels.begin(), w.peakPixels.end(), pixel);
+      double clear = kPeakWindow;
+      if (next != w.peakPixels.end()) clear = std::min(clear, *next - pixel);
+      if (next != w.peakPixels.begin()) {
+        clear = std::min(clear, pixel - *(next - 1));
+      }
+      // Within two widths of a peak the line is the peak's or a blend.
+      if (clear < 2.0 * width) continue;
+      LinePeak peak;
+      peak.pixel = RefinePeak(w.counts, w.count, pixel, clear, &peak);
+      if (!(std::fabs(peak.pixel - pixel) <= tolerance &&
+            peak.amplitude >= kFaintSignificance * noise &&
+            peak.width > kFaintWidthRatio * width &&
+            peak.width < width / kFaintWidthRatio)) {
+        continue;
+      }
+      const auto at = std::lower_bound(w.peakPixels.begin(), w.peakPixels.end(),
+                                       peak.pixel);
+      const auto index = at - w.peakPixels.begin();
+      w.peakPixels.insert(at, peak.pixel);
+      w.peaks.insert(w.peaks.begin() + index, peak);
+    }
   }
   return NqeSuccess;
 }
@@ -359,6 +422,8 @@ NqeErrorCode AutoCalibrate(const SpectrographModel& model,
     SpectrumWork& w = work[j];
     result->failedSpectrum = static_cast<int32_t>(j);
     if (spectra[j].counts == nullptr) return NqeNullPointer;
+    w.counts = spectra[j].counts;
+    w.count = spectra[j].count;
     if (spectra[j].count != pixels || pixels < 1) return NqePixelCountMismatch;
     NqeErrorCode code = w.nominal.Set(model, nominal, spectra[j].center);
     if (code != NqeSuccess) return code;
@@ -378,7 +443,7 @@ NqeErrorCode AutoCalibrate(const SpectrographModel& model,
         window = std::min(window, 0.5 * (found[i + 1].pixel - peak.pixel));
       }
       peak.pixel = RefinePeak(spectra[j].counts, spectra[j].count, peak.pixel,
-                              window, &peak.sigma);
+                              window, &peak);
       // A peak whose position cannot be trusted names no line.
       if (std::isnan(peak.pixel)) continue;
       w.peaks.push_back(peak);
@@ -405,6 +470,8 @@ NqeErrorCode AutoCalibrate(const SpectrographModel& model,
   if (named < static_cast<size_t>(options.minLines)) return NqeAutocalNoMatch;
   GratingFitResult fit;
   NqeErrorCode code = Fit(model, work, centers, options.fixed, &fit);
+  if (code != NqeSuccess) return code;
+  code = FindFaintLines(model, fit, work, options.matchPixels, lastPixel);
   if (code != NqeSuccess) return code;
 
   // With the fitted model the lines are looked for again, first within a

@@ -26,10 +26,13 @@ struct AutocalSpectrum {
 struct AutocalOptions {
   double searchPixels = 50.0;         // how far a spectrum may sit off, px
   double dispersionTolerance = 0.05;  // how far the dispersion may be off
-  double blendPixels = 2.5;       // lines closer than this are not told apart
-  double thresholdPercent = 1.0;  // peak search threshold
-  double matchPixels = 0.5;       // a named line lies this close to the model
-  int32_t minLines = 5;           // fewer named lines in all: no calibration
+  double blendPixels = 2.5;  // lines closer than this are not told apart
+  // Peak search threshold, % of the strongest peak's curvature. Low
+  // enough to find the faint lines near the detector's ends, which pin the
+  // axis there; lower, noise peaks crowd the windows of real ones.
+  double thresholdPercent = 0.5;
+  double matchPixels = 0.5;  // a named line lies this close to the model
+  int32_t minLines = 5;      // fewer named lines in all: no calibration
   // Held at the nominal values (GratingFitFixed bits). The inclusion angle
   // by default: across one detector it trades almost exactly against the
   // focal length and the detector angle, so the lines cannot pin it down,

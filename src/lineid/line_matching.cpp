@@ -53,8 +53,22 @@ bool Eliminate(double (&a)[4][5]) {
 
 }  // namespace
 
+double NoiseLevel(const double* counts, int32_t count) {
+  if (count < 3) return 0.0;
+  std::vector<double> d(static_cast<size_t>(count - 2));
+  for (int32_t k = 1; k + 1 < count; ++k) {
+    d[static_cast<size_t>(k - 1)] =
+        std::fabs(counts[k - 1] - 2.0 * counts[k] + counts[k + 1]);
+  }
+  auto middle = d.begin() + static_cast<std::ptrdiff_t>(d.size() / 2);
+  std::nth_element(d.begin(), middle, d.end());
+  // A second difference of white noise has sqrt(6) times its deviation;
+  // 1.4826 turns a median absolute value into a deviation.
+  return 1.4826 * *middle / std::sqrt(6.0);
+}
+
 double RefinePeak(const double* counts, int32_t count, double pixel,
-                  double halfWindow, double* sigma) {
+                  double halfWindow, LinePeak* shape) {
   const auto first =
       std::max<int64_t>(1, static_cast<int64_t>(std::ceil(pixel - halfWindow)));
   const auto last = std::min<int64_t>(
@@ -102,11 +116,13 @@ double RefinePeak(const double* counts, int32_t count, double pixel,
   }
   // Not settled: a profile the Gaussian does not describe.
   if (!(step < 1e-6)) return failed;
-  if (sigma != nullptr) {
+  if (shape != nullptr) {
     normal(a, true);
-    *sigma = Eliminate(a) && a[2][4] / a[2][2] >= 0.0
-                 ? std::sqrt(a[2][4] / a[2][2])
-                 : failed;
+    shape->sigma = Eliminate(a) && a[2][4] / a[2][2] >= 0.0
+                       ? std::sqrt(a[2][4] / a[2][2])
+                       : failed;
+    shape->amplitude = p[1];
+    shape->width = p[3];
   }
   return p[2];
 }

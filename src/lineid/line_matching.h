@@ -11,9 +11,11 @@
 namespace kvx {
 
 struct LinePeak {
-  double pixel = 0.0;   // 1-based, sub-pixel
-  double height = 0.0;  // curvature at the peak: its strength
-  double sigma = 0.0;   // uncertainty of the pixel (see RefinePeak)
+  double pixel = 0.0;      // 1-based, sub-pixel
+  double height = 0.0;     // curvature at the peak: its strength
+  double sigma = 0.0;      // uncertainty of the pixel (see RefinePeak)
+  double amplitude = 0.0;  // counts above the baseline (see RefinePeak)
+  double width = 0.0;      // the Gaussian's standard deviation, pixels
 };
 
 // Every peak of the library's peak search (threshold in percent of the
@@ -21,16 +23,22 @@ struct LinePeak {
 std::vector<LinePeak> FindLinePeaks(const double* counts, int32_t count,
                                     double thresholdPercent);
 
+// The standard deviation of the counts' noise where no line is: from the
+// median absolute second difference, which lines (a few percent of the
+// samples) barely move. 0 for fewer than 3 samples.
+double NoiseLevel(const double* counts, int32_t count);
+
 // The peak's center from a least-squares Gaussian on a constant baseline
 // over the samples within `halfWindow` pixels of `pixel`: symmetric, so the
 // profile's sampling does not pull it. NaN when the fit fails, does not
 // settle, or moves by a pixel or more: the peak search put the peak where
 // no single line profile is (a weak line on a strong one's tail, a blend).
-// With `sigma`, the center's standard uncertainty for photon noise: in
-// pixels when the counts are photons, in proportion to it for any other
-// gain (NaN if it cannot be had).
+// With `shape`, its sigma, amplitude and width are written: sigma is the
+// center's standard uncertainty for photon noise, in pixels when the counts
+// are photons, in proportion to it for any other gain (NaN if it cannot be
+// had).
 double RefinePeak(const double* counts, int32_t count, double pixel,
-                  double halfWindow, double* sigma = nullptr);
+                  double halfWindow, LinePeak* shape = nullptr);
 
 // A placement of the predicted pixels: measured = center + shift +
 // scale * (predicted - center), as offsets from the center pixel.

@@ -60,9 +60,11 @@ TEST(RefinePeak, GivesTheCentersUncertaintyForPhotonNoise) {
     const double u = (static_cast<double>(k) + 1.0 - 100.3) / 1.2;
     counts[k] = 100.0 + 10000.0 * std::exp(-0.5 * u * u);
   }
-  double sigma = 0.0;
-  EXPECT_NEAR(RefinePeak(counts.data(), 200, 100.0, 4.5, &sigma), 100.3, 1e-9);
-  EXPECT_NEAR(sigma, 0.007210046404120395, 1e-9);
+  LinePeak shape;
+  EXPECT_NEAR(RefinePeak(counts.data(), 200, 100.0, 4.5, &shape), 100.3, 1e-9);
+  EXPECT_NEAR(shape.sigma, 0.007210046404120395, 1e-9);
+  EXPECT_NEAR(shape.amplitude, 10000.0, 1e-6);
+  EXPECT_NEAR(shape.width, 1.2, 1e-9);
 }
 
 }  // namespace

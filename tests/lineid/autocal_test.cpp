@@ -354,4 +354,48 @@ TEST(AutoCalibration, RefusesUnusableArguments) {
   }
 }
 
+// The peak search's threshold is relative to the strongest peak; a line
+// at 0.4 % of it escapes the search but stands 15 noise deviations high
+// (Poisson noise on 100 counts: 10) and is found where the fitted model
+// puts it. At 8 deviations it is not.
+TEST(AutoCalibration, LooksForFaintLinesWhereTheModelPutsThem) {
+  const std::vector<KvxLampLine> ne = Lamp("Ne");
+  const Optics o;
+  Instrument h;
+  double faint = 0, farthest = 0;  // wavelength and pixel of the last line
+  for (const KvxLampLine& l : ne) {
+    const double p = kvx_test::TruePixel(o, 700, l.wavelength);
+    bool alone = true;
+    for (const KvxLampLine& m : ne) {
+      alone &= &m == &l ||
+               std::fabs(kvx_test::TruePixel(o, 700, m.wavelength) - p) > 8;
+    }
+    if (alone && p > farthest && p < o.pixels - 10)
+      faint = l.wavelength, farthest = p;
+  }
+  for (const double height : {150.0, 80.0}) {
+    std::mt19937_64 rng(5);
+    LampSpectrum s;
+    for (int k = 1; k <= o.pixels; ++k) {
+      double mean = 100;
+      for (const KvxLampLine& l : ne) {
+        const double u = (k - kvx_test::TruePixel(o, 700, l.wavelength)) / 1.1;
+        const double a = l.wavelength == faint ? height
+                         : l.intensity >= 30   ? 40000
+                                               : 3000;
+        mean += a * std::exp(-0.5 * u * u);
+      }
+      s.counts.push_back(
+          static_cast<double>(std::poisson_distribution<long>(mean)(rng)));
+    }
+    const Outcome run = Calibrate(h, {&s}, {700}, ne);
+    ASSERT_EQ(run.code, 0u);
+    bool named = false;
+    for (const KvxIdentifiedLine& l : run.lines) {
+      named |= l.wavelength == faint && std::fabs(l.pixel - farthest) < 0.2;
+    }
+    EXPECT_EQ(named, height > 100) << height;
+  }
+}
+
 }  // namespace
