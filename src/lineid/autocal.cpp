@@ -185,30 +185,43 @@ double StartCenter(const SpectrumWork& w) {
   return w.nominal.Wavelength(center + offset);
 }
 
-// Matches the usable lines to the peaks with a fitted model.
-NqeErrorCode MatchWithModel(const SpectrographModel& model,
-                            const GratingFitResult& fit,
-                            std::vector<SpectrumWork>& work, double tolerance,
-                            double lastPixel) {
+// Where a fitted model puts the usable lines of a spectrum that fall on
+// the detector clear of its ends: their pixels, ascending, and their
+// indices into the usable lines.
+struct Predicted {
+  std::vector<double> pixels;
+  std::vector<int32_t> index;
+};
+
+NqeErrorCode PredictLines(const SpectrographModel& model,
+                          const GratingFitResult& fit,
+                          const std::vector<SpectrumWork>& work,
+                          double lastPixel, std::vector<Predicted>* out) {
+  out->assign(work.size(), Predicted{});
   for (size_t j = 0; j < work.size(); ++j) {
-    SpectrumWork& w = work[j];
     SpectrumAxis axis;
     const NqeErrorCode code = axis.Set(model, fit.optics, fit.centers[j]);
     if (code != NqeSuccess) return code;
-    std::vector<double> predicted;
-    std::vector<int32_t> index;
-    for (size_t i = 0; i < w.lines.size(); ++i) {
-      const double pixel = axis.Pixel(w.lines[i].line->wavelength);
+    for (size_t i = 0; i < work[j].lines.size(); ++i) {
+      const double pixel = axis.Pixel(work[j].lines[i].line->wavelength);
       if (std::isfinite(pixel) && pixel > 0.5 + kEdgePixels &&
           pixel < lastPixel - kEdgePixels) {
-        predicted.push_back(pixel);
-        index.push_back(static_cast<int32_t>(i));
+        (*out)[j].pixels.push_back(pixel);
+        (*out)[j].index.push_back(static_cast<int32_t>(i));
       }
     }
-    w.matches = MatchNearest(w.peakPixels, predicted, tolerance);
-    for (LineMatch& m : w.matches) m.line = index[m.line];
   }
   return NqeSuccess;
+}
+
+// Matches the usable lines to the peaks where a fitted model puts them.
+void MatchWithModel(const std::vector<Predicted>& predicted,
+                    std::vector<SpectrumWork>& work, double tolerance) {
+  for (size_t j = 0; j < work.size(); ++j) {
+    SpectrumWork& w = work[j];
+    w.matches = MatchNearest(w.peakPixels, predicted[j].pixels, tolerance);
+    for (LineMatch& m : w.matches) m.line = predicted[j].index[m.line];
+  }
 }
 
 // The peak search's threshold is relative to the strongest peak, so
@@ -218,15 +231,10 @@ NqeErrorCode MatchWithModel(const SpectrographModel& model,
 // looked for where the model puts it: a Gaussian fitted there, of the
 // spectrum's line width, kFaintSignificance noise deviations high and
 // within `tolerance` of the prediction, becomes a peak.
-NqeErrorCode FindFaintLines(const SpectrographModel& model,
-                            const GratingFitResult& fit,
-                            std::vector<SpectrumWork>& work, double tolerance,
-                            double lastPixel) {
+void FindFaintLines(const std::vector<Predicted>& predicted,
+                    std::vector<SpectrumWork>& work, double tolerance) {
   for (size_t j = 0; j < work.size(); ++j) {
     SpectrumWork& w = work[j];
-    SpectrumAxis axis;
-    const NqeErrorCode code = axis.Set(model, fit.optics, fit.centers[j]);
-    if (code != NqeSuccess) return code;
     if (w.peaks.empty()) continue;
     std::vector<double> widths;
     for (const LinePeak& p : w.peaks) widths.push_back(p.width);
@@ -235,11 +243,7 @@ NqeErrorCode FindFaintLines(const SpectrographModel& model,
     std::nth_element(widths.begin(), middle, widths.end());
     const double width = *middle;
     const double noise = NoiseLevel(w.counts, w.count);
-    for (const Candidate& c : w.lines) {
-      const double pixel = axis.Pixel(c.line->wavelength);
-      if (!(pixel > 0.5 + kEdgePixels && pixel < lastPixel - kEdgePixels)) {
-        continue;
-      }
+    for (const double pixel : predicted[j].pixels) {
       const auto next =
           std::lower_bound(w.peakPixels.begin(), w.peakPixels.end(), pixel);
       double clear = kPeakWindow;
@@ -264,7 +268,6 @@ NqeErrorCode FindFaintLines(const SpectrographModel& model,
       w.peaks.insert(w.peaks.begin() + index, peak);
     }
   }
-  return NqeSuccess;
 }
 
 std::vector<FitLine> FitLines(const std::vector<SpectrumWork>& work) {
@@ -471,15 +474,18 @@ NqeErrorCode AutoCalibrate(const SpectrographModel& model,
   GratingFitResult fit;
   NqeErrorCode code = Fit(model, work, centers, options.fixed, &fit);
   if (code != NqeSuccess) return code;
-  code = FindFaintLines(model, fit, work, options.matchPixels, lastPixel);
+  std::vector<Predicted> predicted;
+  code = PredictLines(model, fit, work, lastPixel, &predicted);
   if (code != NqeSuccess) return code;
+  FindFaintLines(predicted, work, options.matchPixels);
 
   // With the fitted model the lines are looked for again, first within a
   // pixel (lines the placement missed), then within the final tolerance.
   for (const double tolerance :
        {std::max(1.0, options.matchPixels), options.matchPixels}) {
-    code = MatchWithModel(model, fit, work, tolerance, lastPixel);
+    code = PredictLines(model, fit, work, lastPixel, &predicted);
     if (code != NqeSuccess) return code;
+    MatchWithModel(predicted, work, tolerance);
     code = Fit(model, work, fit.centers, options.fixed, &fit);
     if (code != NqeSuccess) return code;
   }
