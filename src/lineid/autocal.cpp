@@ -478,6 +478,10 @@ NqeErrorCode AutoCalibrate(const SpectrographModel& model,
   code = PredictLines(model, fit, work, lastPixel, &predicted);
   if (code != NqeSuccess) return code;
   FindFaintLines(predicted, work, options.matchPixels);
+  // The faint lines found count among the spectrum's peaks.
+  for (size_t j = 0; j < work.size(); ++j) {
+    result->peaks[j] = static_cast<int32_t>(work[j].peaks.size());
+  }
 
   // With the fitted model the lines are looked for again, first within a
   // pixel (lines the placement missed), then within the final tolerance.
