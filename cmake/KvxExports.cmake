@@ -181,3 +181,22 @@ function(kvx_write_version_script file out)
   string(APPEND text "  local:\n    *;\n};\n")
   _kvx_write_if_changed("${out}" "${text}")
 endfunction()
+
+# kvx_nm_symbols(<regex> <out> <nm command>...): runs the symbol lister and
+# gives the first group of <regex> in each line of its listing that matches,
+# in order. Stops when the command fails.
+function(kvx_nm_symbols regex out)
+  execute_process(COMMAND ${ARGN} OUTPUT_VARIABLE text ERROR_VARIABLE err
+                  RESULT_VARIABLE rc)
+  if(NOT rc EQUAL 0)
+    message(FATAL_ERROR "${ARGN} failed (${rc}): ${err}")
+  endif()
+  string(REPLACE "\n" ";" lines "${text}")
+  set(found "")
+  foreach(line IN LISTS lines)
+    if(line MATCHES "${regex}")
+      list(APPEND found "${CMAKE_MATCH_1}")
+    endif()
+  endforeach()
+  set(${out} "${found}" PARENT_SCOPE)
+endfunction()

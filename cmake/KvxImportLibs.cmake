@@ -47,27 +47,13 @@ function(_kvx_run what strict)
   set(KVX_RUN_OUTPUT "${out}" PARENT_SCOPE)
 endfunction()
 
-# _kvx_nm_matches(<nm> <file> <regex> <out>): the first group of <regex> in
-# every line of nm's listing of <file> that matches it.
-function(_kvx_nm_matches nm file regex out)
-  _kvx_run("${nm}" FALSE ${nm} ${file})
-  string(REPLACE "\n" ";" lines "${KVX_RUN_OUTPUT}")
-  set(found "")
-  foreach(line IN LISTS lines)
-    if(line MATCHES "${regex}")
-      list(APPEND found "${CMAKE_MATCH_1}")
-    endif()
-  endforeach()
-  set(${out} "${found}" PARENT_SCOPE)
-endfunction()
-
 # _kvx_probe_symbols(<name> <nm> <out> <compiler and flags>...): compiles the
 # probe and lists the undefined symbols of the object in <out>.
 function(_kvx_probe_symbols name nm out)
   set(object ${WORK_DIR}/probe-${name}.obj)
   _kvx_run("compiling the import probe (${name})" FALSE ${ARGN} -std=c++20 -c
            -I${INCLUDE_DIR} ${WORK_DIR}/probe.cpp -o ${object})
-  _kvx_nm_matches(${nm} ${object} "^[ \t]+U ([^ ]+)$" symbols)
+  kvx_nm_symbols("^[ \t]+U ([^ ]+)$" symbols ${nm} ${object})
   set(${out} "${symbols}" PARENT_SCOPE)
 endfunction()
 
@@ -86,8 +72,7 @@ endfunction()
 # _kvx_check_library(<nm> <library> <symbols>): every symbol a host may
 # reference is defined by the library, with its __imp_ pointer.
 function(_kvx_check_library nm library symbols)
-  _kvx_nm_matches(${nm} ${library} "^[0-9a-fA-F]+ [TI] __imp_([^ ]+)$"
-                  defined)
+  kvx_nm_symbols("^[0-9a-fA-F]+ [TI] __imp_([^ ]+)$" defined ${nm} ${library})
   foreach(symbol IN LISTS symbols)
     if(NOT symbol IN_LIST defined)
       message(FATAL_ERROR "${library} does not define ${symbol}")

@@ -26,18 +26,7 @@ if(NOT rc EQUAL 0)
   message(FATAL_ERROR "the declarations do not compile for i686-pc-windows-msvc "
                       "(has the header's declaration of a C++ export drifted?):\n${err}")
 endif()
-execute_process(COMMAND ${LLVM_NM} ${object}
-                OUTPUT_VARIABLE out ERROR_VARIABLE err RESULT_VARIABLE rc)
-if(NOT rc EQUAL 0)
-  message(FATAL_ERROR "${LLVM_NM} failed: ${err}")
-endif()
-string(REPLACE "\n" ";" lines "${out}")
-set(actual "")
-foreach(line IN LISTS lines)
-  if(line MATCHES "^[ \t0-9a-fA-F]*U (\\?[^ ]+)$")
-    list(APPEND actual "${CMAKE_MATCH_1}")
-  endif()
-endforeach()
+kvx_nm_symbols("^[ \t0-9a-fA-F]*U (\\?[^ ]+)$" actual ${LLVM_NM} ${object})
 
 # Every C++ export of the catalogue, built or not.
 kvx_read_exports(${LIST} e)
@@ -71,13 +60,6 @@ if(NOT rc EQUAL 0)
   message(FATAL_ERROR "the header does not declare every built plain "
                       "export:\n${err}")
 endif()
-execute_process(COMMAND ${LLVM_NM} ${WORK_DIR}/plain_names.obj
-                OUTPUT_VARIABLE out ERROR_VARIABLE err RESULT_VARIABLE rc)
-string(REPLACE "\n" ";" lines "${out}")
-set(stdcall "")
-foreach(line IN LISTS lines)
-  if(line MATCHES "^[ \t0-9a-fA-F]*U _([A-Za-z0-9_]+)@[0-9]+$")
-    list(APPEND stdcall "${CMAKE_MATCH_1}")
-  endif()
-endforeach()
+kvx_nm_symbols("^[ \t0-9a-fA-F]*U _([A-Za-z0-9_]+)@[0-9]+$" stdcall
+               ${LLVM_NM} ${WORK_DIR}/plain_names.obj)
 kvx_compare("__stdcall plain exports in the header" plain stdcall)
